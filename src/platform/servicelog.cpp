@@ -1,0 +1,58 @@
+#include "platform/servicelog.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QMediaPlayer>
+#include <QProcess>
+#include <QStandardPaths>
+
+Q_LOGGING_CATEGORY(lcPlatform, "pixmoth.platform")
+
+namespace platform {
+
+void reportPlaybackErrors(QMediaPlayer* player)
+{
+    QObject::connect(
+        player, QOverload<QMediaPlayer::Error>::of(&QMediaPlayer::error), player,
+        [player, told = false](QMediaPlayer::Error) mutable {
+            if (!told) {
+                told = true;
+                qCWarning(lcPlatform, "No music: %s (%s)", qUtf8Printable(player->errorString()),
+                          qUtf8Printable(player->media().request().url().toLocalFile()));
+            }
+        });
+}
+
+void reportStartFailure(QProcess* process)
+{
+    QObject::connect(process, &QProcess::errorOccurred, process,
+                     [process, told = false](QProcess::ProcessError error) mutable {
+                         if (error == QProcess::FailedToStart && !told) {
+                             told = true;
+                             qCWarning(lcPlatform, "No speech: %s cannot be started (%s)",
+                                       qUtf8Printable(process->program()),
+                                       qUtf8Printable(process->errorString()));
+                         }
+                     });
+}
+
+void reportNoContacts(const QString& backEnd, int error)
+{
+    qCWarning(lcPlatform, "No contacts: the store \"%s\" gave no name (error %i)",
+              qUtf8Printable(backEnd), error);
+}
+
+void reportMissingSound()
+{
+    const bool card = !QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System | QDir::Files).isEmpty();
+    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    const bool server = qEnvironmentVariableIsSet("PULSE_SERVER") ||
+                        QFileInfo::exists(runtime + "/pulse/native") ||
+                        QFileInfo::exists(runtime + "/pipewire-0");
+    if (!card && !server) {
+        qCWarning(lcPlatform, "No sound: neither a sound card nor a sound server is there");
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,24 @@
+#pragma once
+
+class QMediaPlayer;
+class QProcess;
+class QString;
+
+/// The show goes on without any of its services. What is missing is told here, one line each, in
+/// the log category "pixmoth.platform", so that its own log lines stay what they are.
+namespace platform {
+
+/// Tells, once, when the player cannot play what it was given. The player outlives nothing here.
+void reportPlaybackErrors(QMediaPlayer* player);
+
+/// Tells, once for the life of `process`, that its program could not be started.
+void reportStartFailure(QProcess* process);
+
+/// Tells that the address book gave no name; `error` is the store's own number, 0 for an empty one.
+void reportNoContacts(const QString& backEnd, int error);
+
+/// Tells when the machine has neither a sound card nor a sound server to play on. A look at files
+/// only: asking the sound system itself could wait for it.
+void reportMissingSound();
+
+} // namespace platform
