@@ -1,0 +1,32 @@
+#pragma once
+
+namespace graphics {
+
+/// How a drawn pixel meets the one that is there.
+enum Blending : int {
+    BlendNone = 0,     ///< Replaces it.
+    BlendAlpha = 1,    ///< Covers it by its alpha.
+    BlendAdditive = 2, ///< Adds to it.
+    BlendInvertAdd = 3 ///< Adds to it what its own colour lacks.
+};
+
+/// How a surface is coloured. Nothing here tells values apart; 0 is the one to start with.
+enum ColoringType : int { ColoringDefault = 0 };
+
+/// A blending and a colouring in one value, for users; the renderer does not read it.
+class RenderState
+{
+public:
+    RenderState();
+
+    void setBlending(Blending blending);
+    Blending blending() const;
+    void setColoring(ColoringType coloring);
+    ColoringType coloring() const;
+
+private:
+    Blending m_blending;
+    ColoringType m_coloring;
+};
+
+} // namespace graphics

@@ -1,0 +1,13 @@
+uniform mediump vec4 a_highlightColor;
+uniform sampler2D s_texture;
+
+varying highp vec4 m_color;
+varying highp vec2 m_texCoord;
+
+void main()
+{
+    mediump vec4 c = texture2D(s_texture, m_texCoord) * m_color;
+    c = (c - 0.5) * 2.5 + 0.8;
+    //c = clamp(c, 0.0, 1.0);
+    gl_FragColor = c;
+}

@@ -1,0 +1,18 @@
+uniform mediump vec4 a_highlightColor;
+uniform sampler2D s_texture;
+
+varying highp vec4 m_color;
+varying highp vec2 m_texCoord;
+
+// A faint shimmer: the same idea as contrast3, a twentieth as far.
+void main()
+{
+    mediump vec4 tc = texture2D(s_texture, m_texCoord);
+    highp vec2 t = m_texCoord;
+    t.x += sin(tc.y * 0.3) * 0.02;
+    t.y += cos((tc.x - 0.5) * 0.2) * 0.05;
+    mediump vec4 c = texture2D(s_texture, t) * m_color;
+    c = (c - 0.5) * 2.6 + 0.8;
+    //c = clamp(c, 0.0, 1.0);
+    gl_FragColor = c;
+}
