@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QGLWidget>
+
+#include <memory>
+
+class DemoMain;
+class QTimer;
+
+/// The GL surface of the show and its frame clock: every 50 ms one repaint, every repaint one
+/// frame of DemoMain. The event loop is left when DemoMain says that the show is over.
+class DemoWindow : public QGLWidget
+{
+    Q_OBJECT
+
+public:
+    explicit DemoWindow(QWidget* parent = nullptr);
+    ~DemoWindow() override;
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int width, int height) override;
+    void paintGL() override;
+
+private:
+    QTimer* timer;                      ///< A child of this widget.
+    std::unique_ptr<DemoMain> demoMain; ///< Null until the GL context is there.
+};

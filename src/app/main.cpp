@@ -1,0 +1,15 @@
+#include "app/mainwindow.h"
+
+#include <QApplication>
+
+int main(int argc, char* argv[])
+{
+    QApplication application(argc, argv);
+    QCoreApplication::setApplicationName("pixmoth");
+
+    MainWindow window;
+    window.show();
+    window.showFullScreen();
+    window.playGl();
+    return application.exec();
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/qsystemscreensaver.h"
+
+#include <QMainWindow>
+
+#include <memory>
+
+class DemoWindow;
+class Ui_MainWindow;
+
+/// The one window of the show: 800 × 480, the GL surface as its central widget, and the screen
+/// saver held off for as long as it lives. Any key closes it, which ends the program.
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit MainWindow(QWidget* parent = nullptr);
+    /// Safe also when the GL surface never came to life.
+    ~MainWindow() override;
+
+    /// Shows the GL surface full screen.
+    void playGl();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    std::unique_ptr<Ui_MainWindow> ui;
+    DemoWindow* demoWindow; ///< Owned; deleted in the destructor, before the base class goes.
+    QtMobility::QSystemScreenSaver screenSaver;
+};

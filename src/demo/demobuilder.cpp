@@ -1,0 +1,182 @@
+#include "demo/demobuilder.h"
+
+#include "demo/demomain.h"
+#include "device/friends.h"
+#include "device/systemstate.h"
+
+namespace {
+
+// What the fields of a part take, by name.
+enum Face { Open = 0, Tender = 1, Jealous = 2 };
+enum Effect { Zoomer = 1, Lattice = 2 };
+enum Spread { OneQuad = 0 };
+enum Fade { FadeIn = 1, FadeOut = 2 };
+
+const int LOW_BATTERY = 29; ///< Percent; up to here the phone wants to be plugged in,
+const int HALF_EMPTY = 49;  ///< and up to here to be understood.
+
+using Part = QSharedPointer<DemoPart>;
+
+Part newPart()
+{
+    return Part(new DemoPart);
+}
+
+/// The shared form of the parts that name a friend; `line` has a %1 for the name.
+Part friendPart(Friends* friends, int friendIndex, const QString& line)
+{
+    Part part = newPart();
+    part->text = line.arg(friends->name(friendIndex));
+    part->caption = friends->name(friendIndex);
+    part->face = Jealous;
+    return part;
+}
+
+Part batteryPart(int level)
+{
+    Part part = newPart();
+    if (level <= LOW_BATTERY) {
+        part->text = "Care about me more";
+        part->face = Jealous;
+    } else if (level <= HALF_EMPTY) {
+        part->text = "You should understand my needs";
+        part->face = Jealous;
+    } else {
+        part->text = "I know you are taking care of me";
+        part->face = Tender;
+    }
+    part->caption = QString("Battery %1%").arg(level);
+    part->effect = Zoomer;
+    part->shader = "contrast";
+    part->spread = OneQuad;
+    return part;
+}
+
+Part lovePart(int level, SystemState* systemState)
+{
+    Part part = newPart();
+    if (level > LOW_BATTERY || systemState->powerState() == "wall power") {
+        part->text = "I love you";
+        part->face = Tender;
+    } else {
+        part->text = "Please plug me in my love";
+        part->caption = "Plug me in";
+        part->face = Open;
+    }
+    part->effect = Zoomer;
+    part->shader = "contrast";
+    part->spread = OneQuad;
+    return part;
+}
+
+} // namespace
+
+DemoBuilder::DemoBuilder() = default;
+
+QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
+{
+    Friends* friends = demo.friends();
+    SystemState* systemState = demo.systemState();
+    QVector<Part> parts;
+
+    // 1–3: out of the dark, the lines spread.
+    Part part = newPart();
+    part->fade = FadeIn;
+    part->spread = 2;
+    parts.append(part);
+
+    part = newPart();
+    part->spread = 3;
+    parts.append(part);
+
+    part = newPart();
+    part->caption = "Tramo";
+    part->spread = 4;
+    parts.append(part);
+
+    // 4–6: the phone introduces itself.
+    part = newPart();
+    part->text = "My name is nokia n nine hundred";
+    part->face = Open;
+    part->effect = Lattice;
+    part->shader = "contrast";
+    part->spread = 6;
+    part->spare = 2;
+    parts.append(part);
+
+    part = newPart();
+    part->text = "Do not call me cute";
+    part->face = Open;
+    part->title = 1;
+    parts.append(part);
+
+    parts.append(newPart());
+
+    // 7–9: how its owner cares for it.
+    const int level = systemState->batteryLevel();
+    parts.append(batteryPart(level));
+    parts.append(lovePart(level, systemState));
+
+    part = newPart();
+    part->text = "But there is something";
+    part->face = Tender;
+    part->effect = Zoomer;
+    part->shader = "contrast";
+    part->spread = OneQuad;
+    parts.append(part);
+
+    // 10–13: it has read the address book.
+    parts.append(friendPart(friends, 0, "Who is %1"));
+
+    part = newPart();
+    part->text = "Your bitch?";
+    part->caption = "Bitch?";
+    part->face = Jealous;
+    part->spread = 6;
+    parts.append(part);
+
+    part = friendPart(friends, 2, "And who is %1");
+    part->spread = 6;
+    parts.append(part);
+
+    part = newPart();
+    part->text = "Do not call me cute";
+    part->face = Jealous;
+    part->title = 1;
+    parts.append(part);
+
+    // 14–16: cute or not.
+    part = newPart();
+    part->text = "Do you call me cute";
+    part->face = Open;
+    part->effect = Lattice;
+    part->spread = 6;
+    part->title = 1;
+    part->spare = 2;
+    parts.append(part);
+
+    part = friendPart(friends, 3, "How about %1");
+    part->spread = 4;
+    part->title = 1;
+    parts.append(part);
+
+    part = newPart();
+    part->text = "Do not call me cute";
+    part->face = Tender;
+    part->title = 1;
+    parts.append(part);
+
+    // 17–19: and into the dark again.
+    parts.append(newPart());
+
+    part = newPart();
+    part->text = "Unless you mean it";
+    part->title = 1;
+    parts.append(part);
+
+    part = newPart();
+    part->fade = FadeOut;
+    parts.append(part);
+
+    return parts;
+}

@@ -1,0 +1,68 @@
+#include "demo/timestep.h"
+
+#include <QtGlobal>
+
+#include <cstdlib>
+
+namespace {
+const int LONGEST_STEP_MS = 200;
+}
+
+TimeStep::TimeStep(int parameter) : stepMillis(0), parameter(parameter)
+{
+    reset();
+}
+
+TimeStep::~TimeStep() = default;
+
+void TimeStep::reset()
+{
+    runClock.start();
+    stepClock.start();
+}
+
+void TimeStep::updateTimeStep()
+{
+    const int previous = stepMillis;
+    int elapsed = stepClock.elapsed();
+    stepMillis = elapsed;
+    if (elapsed < 0) {
+        qWarning("TimeStep: Negative time!");
+        elapsed = 1;
+        stepMillis = 1;
+    } else if (elapsed > LONGEST_STEP_MS) {
+        stepMillis = LONGEST_STEP_MS;
+        stepClock.restart();
+        return;
+    }
+    if (std::abs(elapsed - previous) > LONGEST_STEP_MS) {
+        stepMillis = LONGEST_STEP_MS;
+    }
+    stepClock.restart();
+}
+
+QTime TimeStep::time() const
+{
+    return runClock;
+}
+
+int TimeStep::millisPerFrame() const
+{
+    return runClock.elapsed();
+}
+
+float TimeStep::frameStep(float framesPerSecond) const
+{
+    return static_cast<float>(stepMillis) / (1000.0 / framesPerSecond);
+}
+
+float TimeStep::timeStep(float framesPerSecond) const
+{
+    return (static_cast<float>(stepMillis) / (1000.0 / framesPerSecond)) / framesPerSecond;
+}
+
+float nrand()
+{
+    const int r = qrand() % 32000;
+    return static_cast<float>(r - 16000) / 16000.0;
+}
