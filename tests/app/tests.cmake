@@ -1,0 +1,1 @@
+# Each test of src/app and what it links.

@@ -1,0 +1,1 @@
+# Each test of src/device and what it links.

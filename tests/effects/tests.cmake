@@ -1,0 +1,1 @@
+# Each test of src/effects and what it links.

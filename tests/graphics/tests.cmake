@@ -1,0 +1,1 @@
+# Each test of src/graphics and what it links.

@@ -1,0 +1,1 @@
+# Each test of src/platform and what it links.

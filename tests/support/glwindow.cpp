@@ -1,0 +1,23 @@
+#include "support/glwindow.h"
+
+#include <QTest>
+
+GlWindow::GlWindow()
+{
+    setAutoBufferSwap(false);
+    resize(800, 480);
+    show();
+    if (QTest::qWaitForWindowExposed(this)) {
+        makeCurrent();
+    }
+}
+
+bool GlWindow::isReady() const
+{
+    return isValid() && QGLContext::currentContext() == context();
+}
+
+QImage GlWindow::pixels()
+{
+    return grabFrameBuffer();
+}
