@@ -129,15 +129,17 @@ void Renderer::init()
     d->matrixPaletteProgram.bindAttributeLocation("a_matrixIndices", 4);
     d->defaultProgram.link();
     d->matrixPaletteProgram.link();
-    d->defaultProgram.bind();
 
     d->defaultHighlightLoc = d->defaultProgram.uniformLocation("a_highlightColor");
     d->paletteHighlightLoc = d->matrixPaletteProgram.uniformLocation("a_highlightColor");
     d->defaultViewProjLoc = d->defaultProgram.uniformLocation("u_viewProjMatrix");
     d->paletteViewProjLoc = d->matrixPaletteProgram.uniformLocation("u_viewProjMatrix");
     d->paletteArrayLoc = d->matrixPaletteProgram.uniformLocation("u_matrixPalette");
-    d->defaultProgram.setUniformValue("s_texture", 0);
+    // A uniform is set on the bound program, whichever is asked.
+    d->matrixPaletteProgram.bind();
     d->matrixPaletteProgram.setUniformValue("s_texture", 0);
+    d->defaultProgram.bind();
+    d->defaultProgram.setUniformValue("s_texture", 0);
 
     d->userShaderActive = false;
 }

@@ -1,2 +1,31 @@
 # Each test of src/demo and what it links.
 pixmoth_add_test(demo timesteptest testclock logcapture)
+pixmoth_add_test(demo showgltest fakecontacts fakedeviceinfo glrecorder glwindow logcapture testclock
+  RUNS everyFrameIsDrawnAsWritten linesAreSpokenInOrder workPerFrame)
+pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwindow logcapture
+  picturecompare testclock
+  RUNS
+    nullWidgetIsAnAllocationFailure
+    constructorSeedsTheSequence
+    initLogsInThisOrder
+    initLoadsEverything
+    initSeedsByTheClock
+    initClearsTheTargets
+    accessorsNameTheMembers
+    raysLeaveTheCentre
+    emptyScriptEndsAtOnce
+    singlePartEndsAfterItsTime
+    speechHoldsThePart
+    silentPartDoesNotSpeak
+    switchChoosesTheColour
+    titleOpensAndCloses
+    otherTitleIsShownAsItStands
+    captionStartsWhereTheEffectLeftThePainter
+    captionFadesIn
+    frameCountsFromTheSwitch
+    undimmedTrailsPileUp
+    drawsOfAFrame
+    shakeIsDrawnXBeforeY
+    musicStartsWithTheFirstFrame
+    callsOfAFrame
+    playerDiesFirst)
