@@ -1,0 +1,115 @@
+#include "app/demowindow.h"
+#include "demo/demomain_p.h"
+
+#include "support/fakecontacts.h"
+#include "support/glrecorder.h"
+
+#include <QApplication>
+#include <QTest>
+#include <QTimer>
+
+#include <GLES2/gl2.h>
+
+/// The GL surface and its clock.
+class DemoWindowGlTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void contextBringsTheShow();
+    void resizeSetsTheViewportOnly();
+    void everyTickIsAFrame();
+    void endOfTheShowEndsTheLoop();
+    void deathFreesTheShowWithItsContext();
+};
+
+namespace {
+
+void showExposed(DemoWindow& window)
+{
+    window.resize(800, 480);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_VERIFY(window.demoMain);
+}
+
+} // namespace
+
+void DemoWindowGlTest::initTestCase()
+{
+    fakecontacts::use();
+}
+
+void DemoWindowGlTest::contextBringsTheShow()
+{
+    DemoWindow window;
+    QVERIFY(!window.demoMain);
+    glrecorder::start(glrecorder::Record);
+    showExposed(window);
+    QCOMPARE(glrecorder::calls().first(), QString("glClearColor(0, 0, 0, 1)"));
+    QCOMPARE(window.demoMain->parent(), &window);
+    QCOMPARE(window.demoMain->d->parts.size(), 19);
+    QCOMPARE(window.timer->parent(), &window);
+    QCOMPARE(window.timer->interval(), 50);
+    QCOMPARE(window.timer->timerType(), Qt::PreciseTimer);
+    QVERIFY(window.timer->isActive());
+    QVERIFY(!window.timer->isSingleShot());
+}
+
+void DemoWindowGlTest::resizeSetsTheViewportOnly()
+{
+    DemoWindow window;
+    glrecorder::start(glrecorder::Fake);
+    window.resizeGL(320, 200);
+    QCOMPARE(glrecorder::takeCalls(), QStringList{"glViewport(0, 0, 320, 200)"});
+    glrecorder::start(glrecorder::PassThrough);
+}
+
+void DemoWindowGlTest::everyTickIsAFrame()
+{
+    DemoWindow window;
+    showExposed(window);
+    QTRY_VERIFY(window.demoMain->d->partIndex == 0);
+    glrecorder::start(glrecorder::Record);
+    QTest::qWait(1020);
+    int frames = 0;
+    for (const QString& call : glrecorder::calls()) {
+        frames += call.startsWith("glClear(") ? 1 : 0;
+    }
+    // 20 a second; fewer only where the machine is busy with something else.
+    QVERIFY2(frames <= 22 && frames >= 10, qPrintable(QString::number(frames)));
+}
+
+void DemoWindowGlTest::endOfTheShowEndsTheLoop()
+{
+    DemoWindow window;
+    showExposed(window);
+    QTimer::singleShot(0, &window, [&window] {
+        window.demoMain->d->partIndex = window.demoMain->d->parts.size();
+    });
+    QTimer::singleShot(20000, [] { QCoreApplication::exit(99); });
+    QCOMPARE(QApplication::exec(), 0);
+    QVERIFY(window.isVisible());
+}
+
+void DemoWindowGlTest::deathFreesTheShowWithItsContext()
+{
+    const QSet<unsigned int> buffers = glrecorder::livingBuffers();
+    const QSet<unsigned int> textures = glrecorder::livingTextures();
+    auto window = std::make_unique<DemoWindow>();
+    showExposed(*window);
+    QVERIFY(glrecorder::livingBuffers() != buffers);
+    // Another surface has the context when the show's end comes.
+    QGLWidget other;
+    other.show();
+    other.makeCurrent();
+    glrecorder::start(glrecorder::Record);
+    window.reset();
+    QCOMPARE(glrecorder::livingBuffers(), buffers);
+    QCOMPARE(glrecorder::livingTextures(), textures);
+    glrecorder::start(glrecorder::PassThrough);
+}
+
+QTEST_MAIN(DemoWindowGlTest)
+#include "demowindowgltest.moc"
