@@ -9,6 +9,8 @@ GlWindow::GlWindow()
     show();
     if (QTest::qWaitForWindowExposed(this)) {
         makeCurrent();
+        // The driver takes the window's size only with a swap.
+        swapBuffers();
     }
 }
 
