@@ -29,3 +29,8 @@ pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwi
     musicStartsWithTheFirstFrame
     callsOfAFrame
     playerDiesFirst)
+pixmoth_add_test(demo demobuildertest fakecontacts fakedeviceinfo logcapture)
+pixmoth_add_test(demo demoparttest fakedeviceinfo logcapture)
+pixmoth_add_test(demo picturesgltest fakecontacts fakedeviceinfo glrecorder glwindow picturecompare
+  testclock
+  RUNS screenIsWhatTheModelSays effectIsWhatRasterPaints)
