@@ -271,12 +271,13 @@ void DemoMain::DemoMainPrivate::paintEffect(const DemoPart& part, int frame)
     QPainter painter(effectTarget.fbo());
     const int width = effectTarget.width();
     const int height = effectTarget.height();
+    const QPoint centre(width / 2, height / 2);
     switch (part.effect) {
     case 0:
         painter.fillRect(0, 0, width, height, trailColor());
         painter.setPen(QPen(QBrush(backgroundColor, Qt::SolidPattern), 1.0, Qt::SolidLine,
                             Qt::SquareCap, Qt::BevelJoin));
-        painter.translate(width / 2, height / 2);
+        painter.translate(centre);
         radialEffect.addBranches();
         radialEffect.render(painter);
         break;
@@ -288,7 +289,7 @@ void DemoMain::DemoMainPrivate::paintEffect(const DemoPart& part, int frame)
         if (part.dimTrails != 0) {
             painter.fillRect(0, 0, width, height, trailColor());
         }
-        painter.translate(width / 2, height / 2);
+        painter.translate(centre);
         wireframes.renderFrame(painter, frame);
         break;
     }
