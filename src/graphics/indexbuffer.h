@@ -19,7 +19,8 @@ public:
     ~IndexBuffer();
 
     /// Makes room for `count` indices of undefined value; the buffer stays bound. An unknown type
-    /// has indices of no bytes.
+    /// has indices of no bytes. A second call makes a new GL buffer and forgets the old one without
+    /// deleting it.
     void createIndexBuffer(int count, IndexTypeEnum type);
 
     /// The copy in memory, to write to; unlock() uploads it. For other types than Index16 cast the

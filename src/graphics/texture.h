@@ -13,7 +13,7 @@ struct TexturePrivate;
 class Texture
 {
 public:
-    enum Filtering { Nearest = 0, Linear = 1 };
+    enum Filtering : int { Nearest = 0, Linear = 1 };
 
     Texture();
     Texture(const Texture& other);

@@ -136,6 +136,9 @@ bool VertexBuffer::createVertexBuffer(int numVertices, const VertexDeclaration& 
 {
     d->declaration = declaration;
     d->numVertices = numVertices;
+    // Of as many positions as there were vertices before.
+    d->positionBackup.reset();
+    d->hasPositionBackup = false;
     d->data = QByteArray(numVertices * declaration.vertexSize(), '\0');
     glGenBuffers(1, &d->id);
     glBindBuffer(GL_ARRAY_BUFFER, d->id);

@@ -68,7 +68,7 @@ public:
     ~VertexBuffer();
 
     /// Makes room for `numVertices` zeroed vertices; always true. A second call makes a new GL
-    /// buffer and forgets the old one without deleting it.
+    /// buffer and forgets the old one without deleting it; the position backup is gone.
     bool createVertexBuffer(int numVertices, const VertexDeclaration& declaration);
 
     /// The copy in memory, numVertices() × getVertexSize() bytes, to write to; unlock() uploads it.

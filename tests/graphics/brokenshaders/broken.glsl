@@ -1,0 +1,4 @@
+void main()
+{
+    this is no shader
+}
