@@ -1,0 +1,233 @@
+#include "platform/servicelog.h"
+
+#include "support/logcapture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMediaPlayer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+class ServiceLogTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void startFailureIsTold();
+    void startFailureIsToldOnce();
+    void startFailureNamesTheProgram_data();
+    void startFailureNamesTheProgram();
+    void otherFailuresOfAProcessAreNotTold_data();
+    void otherFailuresOfAProcessAreNotTold();
+    void eachProcessIsToldOf();
+    void playbackErrorIsToldOnce();
+    void playbackErrorNamesTheFile_data();
+    void playbackErrorNamesTheFile();
+    void eachPlayerIsToldOf();
+    void noContacts_data();
+    void noContacts();
+    void missingSound_data();
+    void missingSound();
+};
+
+void ServiceLogTest::startFailureIsTold()
+{
+    LogCapture log;
+    QProcess process;
+    platform::reportStartFailure(&process);
+    QCOMPARE(log.platformLines(), QStringList());
+    process.start("/nonexistent/espeak", QStringList());
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    QCOMPARE(log.platformLines(), QStringList{"No speech: /nonexistent/espeak cannot be started (" +
+                                              process.errorString() + ")"});
+    QVERIFY(!process.errorString().isEmpty());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void ServiceLogTest::startFailureIsToldOnce()
+{
+    LogCapture log;
+    QProcess process;
+    platform::reportStartFailure(&process);
+    for (int i = 0; i < 3; ++i) {
+        process.start("/nonexistent/espeak", QStringList());
+        QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    }
+    QCOMPARE(log.platformLines().size(), 1);
+}
+
+void ServiceLogTest::startFailureNamesTheProgram_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::newRow("percent signs") << "/nonexistent/%s%n%1";
+    QTest::newRow("not Latin") << QString::fromUtf8("/nonexistent/голос");
+}
+
+void ServiceLogTest::startFailureNamesTheProgram()
+{
+    QFETCH(QString, program);
+    LogCapture log;
+    QProcess process;
+    platform::reportStartFailure(&process);
+    process.start(program, QStringList());
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    QCOMPARE(log.platformLines().size(), 1);
+    QVERIFY2(log.platformLines().first().startsWith("No speech: " + program + " cannot be"),
+             qPrintable(log.platformLines().first()));
+}
+
+void ServiceLogTest::otherFailuresOfAProcessAreNotTold_data()
+{
+    QTest::addColumn<QString>("command");
+    QTest::newRow("exits with an error") << "exit 3";
+    QTest::newRow("is killed") << "kill -KILL $$";
+}
+
+void ServiceLogTest::otherFailuresOfAProcessAreNotTold()
+{
+    QFETCH(QString, command);
+    LogCapture log;
+    QProcess process;
+    platform::reportStartFailure(&process);
+    process.start("sh", {"-c", command});
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    QCOMPARE(log.platformLines(), QStringList());
+    // Nor do they take the place of the one that is.
+    process.start("/nonexistent/espeak", QStringList());
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    QCOMPARE(log.platformLines().size(), 1);
+}
+
+void ServiceLogTest::eachProcessIsToldOf()
+{
+    LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+        QProcess process;
+        platform::reportStartFailure(&process);
+        process.start("/nonexistent/espeak", QStringList());
+        QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    }
+    QCOMPARE(log.platformLines().size(), 2);
+}
+
+// A player's errors are sent here by hand: which of them come depends on the media plugins of the
+// machine, some send two for one file.
+
+void ServiceLogTest::playbackErrorIsToldOnce()
+{
+    LogCapture log;
+    QMediaPlayer player;
+    platform::reportPlaybackErrors(&player);
+    QCOMPARE(log.platformLines(), QStringList());
+    emit player.error(QMediaPlayer::ResourceError);
+    emit player.error(QMediaPlayer::FormatError);
+    emit player.error(QMediaPlayer::ResourceError);
+    QCOMPARE(log.platformLines(), QStringList{"No music: " + player.errorString() + " ()"});
+    QCOMPARE(log.lines(QtWarningMsg).filter("music"), QStringList());
+}
+
+void ServiceLogTest::playbackErrorNamesTheFile_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::newRow("plain") << "/nonexistent/beat.mp3";
+    QTest::newRow("blank and percent signs") << "/nonexistent/a 100%s%1/beat.mp3";
+    QTest::newRow("not Latin") << QString::fromUtf8("/nonexistent/музыка.mp3");
+}
+
+void ServiceLogTest::playbackErrorNamesTheFile()
+{
+    QFETCH(QString, file);
+    LogCapture log;
+    QMediaPlayer player;
+    platform::reportPlaybackErrors(&player);
+    player.setMedia(QUrl::fromLocalFile(file));
+    emit player.error(QMediaPlayer::ResourceError);
+    QCOMPARE(log.platformLines().size(), 1);
+    QVERIFY2(log.platformLines().first().startsWith("No music: "),
+             qPrintable(log.platformLines().first()));
+    QVERIFY2(log.platformLines().first().endsWith(" (" + file + ")"),
+             qPrintable(log.platformLines().first()));
+}
+
+void ServiceLogTest::eachPlayerIsToldOf()
+{
+    LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+        QMediaPlayer player;
+        platform::reportPlaybackErrors(&player);
+        emit player.error(QMediaPlayer::ResourceError);
+    }
+    QCOMPARE(log.platformLines().size(), 2);
+}
+
+void ServiceLogTest::noContacts_data()
+{
+    QTest::addColumn<QString>("backEnd");
+    QTest::addColumn<int>("error");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("empty") << "memory" << 0
+                           << "No contacts: the store \"memory\" gave no name (error 0)";
+    QTest::newRow("broken") << "invalid" << 7
+                            << "No contacts: the store \"invalid\" gave no name (error 7)";
+    QTest::newRow("no name") << "" << -1 << "No contacts: the store \"\" gave no name (error -1)";
+    QTest::newRow("percent signs")
+        << "%s%n" << 1 << "No contacts: the store \"%s%n\" gave no name (error 1)";
+}
+
+void ServiceLogTest::noContacts()
+{
+    QFETCH(QString, backEnd);
+    QFETCH(int, error);
+    QFETCH(QString, line);
+    LogCapture log;
+    platform::reportNoContacts(backEnd, error);
+    QCOMPARE(log.platformLines(), QStringList{line});
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void ServiceLogTest::missingSound_data()
+{
+    QTest::addColumn<bool>("server");
+    QTest::addColumn<QString>("socket");
+    QTest::addColumn<bool>("told");
+    QTest::newRow("nothing there") << false << "" << true;
+    QTest::newRow("server named") << true << "" << false;
+    QTest::newRow("PulseAudio") << false << "pulse/native" << false;
+    QTest::newRow("PipeWire") << false << "pipewire-0" << false;
+    QTest::newRow("something else") << false << "pulse/pid" << true;
+}
+
+void ServiceLogTest::missingSound()
+{
+    QFETCH(bool, server);
+    QFETCH(QString, socket);
+    QFETCH(bool, told);
+    if (!QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System).isEmpty()) {
+        QSKIP("This machine has a sound card.");
+    }
+    const QByteArray ourRuntime = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray ourServer = qgetenv("PULSE_SERVER");
+    QTemporaryDir runtime;
+    QDir(runtime.path()).mkdir("pulse");
+    if (!socket.isEmpty()) {
+        QVERIFY(QFile(runtime.filePath(socket)).open(QIODevice::WriteOnly));
+    }
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+    if (server) {
+        qputenv("PULSE_SERVER", "unix:/nonexistent");
+    } else {
+        qunsetenv("PULSE_SERVER");
+    }
+    LogCapture log;
+    platform::reportMissingSound();
+    qputenv("XDG_RUNTIME_DIR", ourRuntime);
+    qputenv("PULSE_SERVER", ourServer);
+    const QStringList line = {"No sound: neither a sound card nor a sound server is there"};
+    QCOMPARE(log.platformLines(), told ? line : QStringList());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+QTEST_GUILESS_MAIN(ServiceLogTest)
+#include "servicelogtest.moc"
