@@ -47,14 +47,19 @@ QSharedPointer<graphics::Quad> fullScreenQuad()
         new graphics::Quad(OPAQUE_WHITE, -1.0f, -1.0f, 1.0f, 1.0f));
 }
 
-/// A target as black as an empty screen; a fresh one holds whatever was in its memory.
-void initTarget(graphics::RenderTarget& target, int width, int height)
+void clearTarget(graphics::RenderTarget& target)
 {
-    target.init(width, height);
     target.bind();
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
     target.release();
+}
+
+/// A target as black as an empty screen; a fresh one holds whatever was in its memory.
+void initTarget(graphics::RenderTarget& target, int width, int height)
+{
+    target.init(width, height);
+    clearTarget(target);
 }
 
 } // namespace
@@ -113,6 +118,7 @@ void DemoMain::init()
     d->friends.query();
     qDebug("BATTERY: %i", d->systemState.batteryLevel());
     d->parts = DemoBuilder().build(*this);
+    d->warmUpCaptions();
     d->partIndex = -1;
     // Silence; only a part's fade brings the music in.
     d->player->setVolume(0);
@@ -212,6 +218,19 @@ void DemoMain::DemoMainPrivate::buildRays()
         }
         rays.append(ray);
     }
+}
+
+void DemoMain::DemoMainPrivate::warmUpCaptions()
+{
+    // While an array buffer is bound, a painter on a target paints nothing.
+    renderer.reset();
+    QPainter painter(effectTarget.fbo());
+    painter.setPen(Qt::white);
+    for (const auto& part : qAsConst(parts)) {
+        painter.drawText(QPoint(20, 20), part->caption);
+    }
+    painter.end();
+    clearTarget(effectTarget);
 }
 
 void DemoMain::DemoMainPrivate::switchTo(const DemoPart& part)

@@ -35,6 +35,9 @@ struct EfPoint
 struct DemoMain::DemoMainPrivate
 {
     void buildRays();
+    /// Has the painter store the letters of all captions now: with a new letter its store may grow,
+    /// and in the middle of the show that would cost a tick.
+    void warmUpCaptions();
     void chooseBackgroundColor();
     void switchTo(const DemoPart& part);
 
