@@ -2,7 +2,8 @@
 
 #include "device/speech.h"
 
-#include <QProcess>
+#include "platform/childprocess.h"
+
 #include <QString>
 #include <QStringList>
 #include <QThread>
@@ -25,7 +26,7 @@ public:
 
     FILE* pipe; ///< Never opened, see run().
     QTime stopwatch;
-    QProcess process;
+    platform::ChildProcess process;
     QString lastLine;
     QStringList arguments;
     int estimatedMillis;

@@ -2,16 +2,17 @@
 
 #include <QObject>
 #include <QString>
-#include <QVariantMap>
 
-class QDBusPendingCallWatcher;
+#include <memory>
 
 namespace QtMobility {
 
-/// What the machine knows of itself: battery and power from UPower on the system bus, its identity
-/// from the system's files. A machine with no battery hangs on the wall with a full one.
-/// Construction may wait for UPower, for 2 × 150 ms at most; later news comes through the event
-/// loop. Nothing fails where bus or service are missing.
+/// What the machine knows of itself: battery and power from UPower, its name from the system's
+/// files, the numbers of its modem from the modem's service.
+///
+/// Construction may wait for UPower, for 200 ms at most, and the first imei() or imsi() for the
+/// modem's service, for 150 ms; later news comes through the event loop. Nothing fails where bus or
+/// service are missing; a bus that hangs is given up after 100 ms.
 class QSystemDeviceInfo : public QObject
 {
     Q_OBJECT
@@ -27,8 +28,11 @@ public:
     explicit QSystemDeviceInfo(QObject* parent = nullptr);
     ~QSystemDeviceInfo() override;
 
-    /// Percent, 0..100.
+    /// Percent, 0..100: the last known; 100 while none is, and on a machine without a battery.
     int batteryLevel() const;
+
+    /// UnknownPower while UPower tells nothing, WallPower on a machine without a battery, and 4,
+    /// none of the enumeration, where what UPower tells contradicts itself.
     PowerState currentPowerState() const;
 
     /// Who made the machine, what it is called, and its maker's own name for it; empty where no
@@ -37,7 +41,7 @@ public:
     QString model() const;
     QString productName() const;
 
-    /// Numbers of the modem and its card; empty: no modem is asked.
+    /// Numbers of the modem and of the card in it; empty where there is none.
     QString imei() const;
     QString imsi() const;
 
@@ -45,18 +49,9 @@ signals:
     /// The level in percent; only when it differs from the one before.
     void batteryLevelChanged(int level);
 
-private slots:
-    void propertiesChanged(const QString& interface, const QVariantMap& changed);
-    void propertiesAnswered(QDBusPendingCallWatcher* watcher);
-
 private:
-    void watch(const QString& path, const QString& interface);
-    void update(const QVariantMap& properties);
-
-    bool batteryPresent;
-    bool onBattery;
-    unsigned int batteryState; ///< UPower's number: 0 unknown, 1 charging, 2 discharging, …
-    int percentage;
+    struct Private;
+    std::unique_ptr<Private> d;
 };
 
 } // namespace QtMobility

@@ -1,17 +1,21 @@
 #include "platform/qsystemscreensaver.h"
 
+#include "platform/busconnection.h"
+#include "platform/servicelog.h"
+
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusMessage>
+#include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QLoggingCategory>
-
-Q_LOGGING_CATEGORY(lcScreenSaver, "pixmoth.platform")
 
 namespace QtMobility {
 
 namespace {
+
+/// Long for a service that has to be started first, and short enough to ask the portal after it.
+const int ANSWER_MS = 5000;
+
+const unsigned int INHIBIT_IDLE = 8; ///< The portal's flag for a session that must not go idle.
 
 QDBusMessage screenSaverCall(const char* method)
 {
@@ -20,20 +24,29 @@ QDBusMessage screenSaverCall(const char* method)
                                           "org.freedesktop.ScreenSaver", method);
 }
 
+QDBusMessage portalCall(const QString& path, const char* interface, const char* method)
+{
+    return QDBusMessage::createMethodCall("org.freedesktop.portal.Desktop", path, interface,
+                                          method);
+}
+
+QString reason()
+{
+    return QStringLiteral("The show is playing");
+}
+
 } // namespace
 
 QSystemScreenSaver::QSystemScreenSaver(QObject* parent)
-    : QObject(parent), asked(false), granted(false), cookie(0)
+    : QObject(parent), bus(QDBusConnection(QString())), asked(false)
 {
 }
 
 QSystemScreenSaver::~QSystemScreenSaver()
 {
     // An answer that is still under way needs no care: our death lifts what it grants.
-    if (granted) {
-        QDBusMessage call = screenSaverCall("UnInhibit");
-        call << cookie;
-        QDBusConnection::sessionBus().send(call);
+    if (screenSaverInhibited()) {
+        bus.send(lift);
     }
 }
 
@@ -42,40 +55,67 @@ bool QSystemScreenSaver::setScreenSaverInhibit()
     if (asked) {
         return true;
     }
-    QDBusConnection bus = QDBusConnection::sessionBus();
+    bus = platform::sessionBus();
     // Without a connection the answer to a call would never come.
     if (!bus.isConnected()) {
-        qCWarning(lcScreenSaver, "No session bus: the screen may blank during the show");
+        qCWarning(lcPlatform, "No session bus: the screen may blank during the show");
         return false;
     }
     asked = true;
-    QDBusMessage call = screenSaverCall("Inhibit");
-    call << QCoreApplication::applicationName() << QStringLiteral("The show is playing");
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            &QSystemScreenSaver::inhibitAnswered);
+    askService();
     return true;
 }
 
 bool QSystemScreenSaver::screenSaverInhibited() const
 {
-    return granted;
+    return lift.type() == QDBusMessage::MethodCallMessage;
 }
 
-void QSystemScreenSaver::inhibitAnswered(QDBusPendingCallWatcher* watcher)
+void QSystemScreenSaver::askService()
+{
+    QDBusMessage call = screenSaverCall("Inhibit");
+    call << QCoreApplication::applicationName() << reason();
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, ANSWER_MS), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            &QSystemScreenSaver::serviceAnswered);
+}
+
+void QSystemScreenSaver::askPortal()
+{
+    QDBusMessage call =
+        portalCall("/org/freedesktop/portal/desktop", "org.freedesktop.portal.Inhibit", "Inhibit");
+    const QString noWindow;
+    call << noWindow << INHIBIT_IDLE << QVariantMap{{"reason", reason()}};
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, ANSWER_MS), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &QSystemScreenSaver::portalAnswered);
+}
+
+void QSystemScreenSaver::serviceAnswered(QDBusPendingCallWatcher* watcher)
 {
     const QDBusPendingReply<unsigned int> reply = *watcher;
     watcher->deleteLater();
     if (reply.isError()) {
-        asked = false;
-        qCWarning(lcScreenSaver,
-                  "No screen saver service: the screen may blank during the show "
-                  "(%s)",
-                  qUtf8Printable(reply.error().message()));
+        refusal = reply.error().message();
+        askPortal();
         return;
     }
-    granted = true;
-    cookie = reply.value();
+    lift = screenSaverCall("UnInhibit");
+    lift << reply.value();
+}
+
+void QSystemScreenSaver::portalAnswered(QDBusPendingCallWatcher* watcher)
+{
+    const QDBusPendingReply<QDBusObjectPath> reply = *watcher;
+    watcher->deleteLater();
+    if (reply.isError()) {
+        asked = false;
+        qCWarning(lcPlatform,
+                  "Neither a screen saver service nor the portal: the screen may blank during the "
+                  "show (%s; %s)",
+                  qUtf8Printable(refusal), qUtf8Printable(reply.error().message()));
+        return;
+    }
+    lift = portalCall(reply.value().path(), "org.freedesktop.portal.Request", "Close");
 }
 
 } // namespace QtMobility

@@ -1,12 +1,16 @@
 #pragma once
 
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
+#include <QString>
 
 class QDBusPendingCallWatcher;
 
 namespace QtMobility {
 
-/// Holds the screen saver off, through org.freedesktop.ScreenSaver on the session bus.
+/// Holds the screen saver off, through org.freedesktop.ScreenSaver on the session bus, or through
+/// the desktop portal where there is no such service, as on some phones.
 /// The inhibition is lifted on destruction, and by the service when this process dies.
 class QSystemScreenSaver : public QObject
 {
@@ -16,20 +20,25 @@ public:
     explicit QSystemScreenSaver(QObject* parent = nullptr);
     ~QSystemScreenSaver() override;
 
-    /// Asks for the inhibition and returns at once: false where there is no session bus to ask.
-    /// A second call while the first is in force changes nothing.
+    /// Asks for the inhibition and returns at once: false where there is no session bus to ask, or
+    /// none that answers within 100 ms. A second call while the first is in force changes nothing.
     bool setScreenSaverInhibit();
 
-    /// True once the service has granted the inhibition.
+    /// True once a service has granted the inhibition.
     bool screenSaverInhibited() const;
 
 private slots:
-    void inhibitAnswered(QDBusPendingCallWatcher* watcher);
+    void serviceAnswered(QDBusPendingCallWatcher* watcher);
+    void portalAnswered(QDBusPendingCallWatcher* watcher);
 
 private:
+    void askService();
+    void askPortal();
+
+    QDBusConnection bus;
     bool asked;
-    bool granted;
-    unsigned int cookie; ///< The service's name for our inhibition; valid when granted.
+    QDBusMessage lift; ///< The call that ends the inhibition; invalid while there is none.
+    QString refusal;   ///< Why the service did not grant it.
 };
 
 } // namespace QtMobility

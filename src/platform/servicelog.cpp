@@ -2,7 +2,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QMediaPlayer>
 #include <QProcess>
 #include <QStandardPaths>

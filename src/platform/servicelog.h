@@ -1,8 +1,13 @@
 #pragma once
 
+#include <QLoggingCategory>
+
 class QMediaPlayer;
 class QProcess;
 class QString;
+
+/// The category of all that src/platform has to tell, "pixmoth.platform".
+Q_DECLARE_LOGGING_CATEGORY(lcPlatform)
 
 /// The show goes on without any of its services. What is missing is told here, one line each, in
 /// the log category "pixmoth.platform", so that its own log lines stay what they are.

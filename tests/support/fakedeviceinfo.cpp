@@ -33,6 +33,11 @@ namespace QtMobility {
 
 using fakedevice::state;
 
+// What the real class keeps is not needed here, but its size.
+struct QSystemDeviceInfo::Private
+{
+};
+
 QSystemDeviceInfo::QSystemDeviceInfo(QObject* parent) : QObject(parent)
 {
     newest = this;
@@ -80,10 +85,5 @@ QString QSystemDeviceInfo::imsi() const
 {
     return state().imsi;
 }
-
-// The real class hears from its service through these; the meta-object refers to them.
-void QSystemDeviceInfo::propertiesChanged(const QString&, const QVariantMap&) {}
-
-void QSystemDeviceInfo::propertiesAnswered(QDBusPendingCallWatcher*) {}
 
 } // namespace QtMobility

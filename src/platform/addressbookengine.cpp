@@ -1,0 +1,134 @@
+#include "platform/addressbookengine.h"
+
+#include "platform/busconnection.h"
+#include "platform/evolutionbooks.h"
+#include "platform/servicelog.h"
+#include "platform/vcardfolders.h"
+#include "platform/vcardreader.h"
+
+#include <QContactDisplayLabel>
+#include <QContactFetchHint>
+#include <QContactFilter>
+#include <QContactId>
+#include <QContactSortOrder>
+#include <QDeadlineTimer>
+
+QTCONTACTS_USE_NAMESPACE
+
+namespace platform {
+
+namespace {
+
+const int BUDGET_MS = 900;
+
+/// What a server may take where there are folders to read in its place.
+const int SERVER_BUDGET_MS = 600;
+
+void readServer(VCardReader& reader, const QDeadlineTimer& deadline)
+{
+    const QDBusConnection bus = sessionBus();
+    if (!bus.isConnected()) {
+        qCInfo(lcPlatform, "No session bus: no address book server");
+        return;
+    }
+    EvolutionBooks books(bus);
+    if (books.isInstalled(deadline)) {
+        books.read(reader, deadline);
+    }
+}
+
+} // namespace
+
+AddressBookEngine::AddressBookEngine() : wasRead(false) {}
+
+QString AddressBookEngine::managerName() const
+{
+    return name();
+}
+
+int AddressBookEngine::managerVersion() const
+{
+    return 1;
+}
+
+QList<QContact> AddressBookEngine::contacts(const QContactFilter& filter,
+                                            const QList<QContactSortOrder>& sortOrders,
+                                            const QContactFetchHint&,
+                                            QContactManager::Error* error) const
+{
+    readOnce();
+    *error = QContactManager::NoError;
+    QList<QContact> found;
+    for (const QContact& contact : qAsConst(book)) {
+        if (!testFilter(filter, contact)) {
+            continue;
+        }
+        if (sortOrders.isEmpty()) {
+            found.append(contact);
+        } else {
+            addSorted(&found, contact, sortOrders);
+        }
+    }
+    return found;
+}
+
+QList<QContactId> AddressBookEngine::contactIds(const QContactFilter& filter,
+                                                const QList<QContactSortOrder>& sortOrders,
+                                                QContactManager::Error* error) const
+{
+    QList<QContactId> ids;
+    for (const QContact& contact : contacts(filter, sortOrders, QContactFetchHint(), error)) {
+        ids.append(contact.id());
+    }
+    return ids;
+}
+
+QContact AddressBookEngine::contact(const QContactId& id, const QContactFetchHint&,
+                                    QContactManager::Error* error) const
+{
+    readOnce();
+    bool isNumber = false;
+    const int index = id.localId().toInt(&isNumber);
+    if (!isNumber || index < 0 || index >= book.size() || book.at(index).id() != id) {
+        *error = QContactManager::DoesNotExistError;
+        return QContact();
+    }
+    *error = QContactManager::NoError;
+    return book.at(index);
+}
+
+QString AddressBookEngine::name()
+{
+    return "pixmoth";
+}
+
+void AddressBookEngine::readOnce() const
+{
+    if (wasRead) {
+        return;
+    }
+    wasRead = true;
+    const QDeadlineTimer deadline(BUDGET_MS, Qt::PreciseTimer);
+    const VCardFolders folders;
+    VCardReader reader(deadline);
+    readServer(reader,
+               folders.exist() ? QDeadlineTimer(SERVER_BUDGET_MS, Qt::PreciseTimer) : deadline);
+    if (reader.labels().isEmpty() && folders.exist()) {
+        folders.read(reader, deadline);
+        reader.finish();
+    }
+    if (reader.wasCutShort()) {
+        qCWarning(lcPlatform, "The address book is large or slow: %i names in %i ms, not all",
+                  static_cast<int>(reader.labels().size()), BUDGET_MS);
+    }
+    for (const QString& text : reader.labels()) {
+        QContact contact;
+        contact.setId(contactId(QByteArray::number(book.size())));
+        QContactDisplayLabel label;
+        label.setLabel(text);
+        contact.saveDetail(&label);
+        book.append(contact);
+    }
+}
+
+} // namespace platform

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QContact>
+#include <QContactManagerEngine>
+#include <QList>
+
+namespace platform {
+
+/// The owner's address book behind QtContacts: that of Evolution Data Server, or else the vCard
+/// folders. Contacts have an id and a display label, nothing more, and cannot be changed.
+///
+/// The book is read when it is first asked for, once, within 900 ms: what cannot be had until then
+/// is left out, and the log says why. From then on everything is answered from memory.
+class AddressBookEngine : public QtContacts::QContactManagerEngine
+{
+    Q_OBJECT
+
+public:
+    AddressBookEngine();
+
+    QString managerName() const override;
+    int managerVersion() const override;
+
+    using QContactManagerEngine::contacts;
+    /// Those that pass `filter`, sorted as told; in the book's own order where no order is told.
+    QList<QtContacts::QContact> contacts(const QtContacts::QContactFilter& filter,
+                                         const QList<QtContacts::QContactSortOrder>& sortOrders,
+                                         const QtContacts::QContactFetchHint& hint,
+                                         QtContacts::QContactManager::Error* error) const override;
+    QList<QtContacts::QContactId>
+    contactIds(const QtContacts::QContactFilter& filter,
+               const QList<QtContacts::QContactSortOrder>& sortOrders,
+               QtContacts::QContactManager::Error* error) const override;
+    /// An empty contact and DoesNotExistError for an id that is not of this book.
+    QtContacts::QContact contact(const QtContacts::QContactId& id,
+                                 const QtContacts::QContactFetchHint& hint,
+                                 QtContacts::QContactManager::Error* error) const override;
+
+    /// The name that this engine goes by.
+    static QString name();
+
+private:
+    void readOnce() const;
+
+    // The base asks its questions of a constant engine.
+    mutable bool wasRead;
+    mutable QList<QtContacts::QContact> book;
+};
+
+} // namespace platform

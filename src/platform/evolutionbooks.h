@@ -1,0 +1,54 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QDBusPendingCall>
+#include <QDeadlineTimer>
+#include <QStringList>
+
+#include <vector>
+
+namespace platform {
+
+class VCardReader;
+
+/// The address books of Evolution Data Server, the local one and those of online accounts, as far
+/// as they are switched on. Directories of an organisation (LDAP) are left alone: they would be
+/// asked over the network, and are not about people whom the owner knows.
+///
+/// The server is started by the bus where it is installed and not running. It is only read.
+class EvolutionBooks
+{
+public:
+    /// For a connected session bus. Asks nothing yet.
+    explicit EvolutionBooks(const QDBusConnection& sessionBus);
+
+    /// True when the bus knows such a server. Waits for the bus until `deadline` at most.
+    bool isInstalled(const QDeadlineTimer& deadline);
+
+    /// Gives the vCards of all books that answer until `deadline` to `reader`, each book's as they
+    /// come. The log says so when a book did not. Call it when isInstalled(), once.
+    void read(VCardReader& reader, const QDeadlineTimer& deadline);
+
+private:
+    /// A book on its way: opened at the factory, opened itself, read.
+    struct Book
+    {
+        enum Stage { AtFactory, Opening, Reading, Done };
+
+        Stage stage;
+        QDBusPendingCall call;
+        QString service;
+        QString path;
+        QString problem;
+    };
+
+    QStringList bookUids(const QDeadlineTimer& deadline);
+    void advance(Book& book, VCardReader& reader, const QDeadlineTimer& deadline);
+
+    QDBusConnection bus;
+    QString sourcesService;
+    QString bookService;
+};
+
+} // namespace platform

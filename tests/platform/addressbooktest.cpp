@@ -1,0 +1,608 @@
+#include "platform/busconnection.h"
+#include "platform/fakeservice.h"
+#include "platform/privatebus.h"
+#include "platform/probe.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+const QString PREFIX("org.gnome.evolution.dataserver.");
+const QString ROOT("/org/gnome/evolution/dataserver/");
+
+/// The address book may hold up the show for 900 ms; the rest is for a machine that is busy with
+/// other tests, and for sanitizers.
+const int LIMIT_MS = 1500;
+
+QByteArray card(const QByteArray& lines)
+{
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\n" + lines + "\r\nEND:VCARD\r\n";
+}
+
+QString numbered(int i)
+{
+    return QString("Friend%1 Of Many").arg(i);
+}
+
+/// Cards as they come from a phone, with more in them than a name.
+QStringList manyCards(int count)
+{
+    QStringList cards;
+    for (int i = 0; i < count; ++i) {
+        cards.append(QString::fromUtf8(card("FN:" + numbered(i).toUtf8() +
+                                            "\r\nN:Many;Friend;;;\r\nTEL;TYPE=CELL:+358401234567"
+                                            "\r\nEMAIL;TYPE=HOME:friend@example.org"
+                                            "\r\nNOTE:Met on the ferry.\\nOwes me a book.")));
+    }
+    return cards;
+}
+
+QString source(const QString& parent, const QString& rest, const QString& enabled = "true")
+{
+    return "\n[Data Source]\nDisplayName=Some\nDisplayName[de]=Ein\nEnabled=" + enabled +
+           "\nParent=" + parent + "\n\n" + rest;
+}
+
+} // namespace
+
+/// The address book as the show comes by it: a manager without a name, in a process of its own.
+class AddressBookTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+
+    void nothingThere();
+    void choiceOfTheUserWins_data();
+    void choiceOfTheUserWins();
+    void foldersOfCards();
+    void strangeFiles();
+    void manyFiles();
+
+    void evolution();
+    void evolutionWithThousands();
+    void evolutionFrozen();
+    void evolutionFrozenInTheMiddle();
+
+    void newestInterfaceIsAsked();
+    void booksThatCount();
+    void slowBookHoldsNothingUp();
+    void silentServer_data();
+    void silentServer();
+    void foldersStandInForTheServer();
+    void foldersAreLeftAloneWhereTheServerHasNames();
+    void strangeAnswers_data();
+    void strangeAnswers();
+    void twentyThousand();
+    void frozenBus();
+
+private:
+    void write(const QString& path, const QByteArray& content);
+    void useBus(PrivateBus& bus);
+    /// A bus with the real server behind it, which begins with an empty book.
+    void startEvolution(PrivateBus& bus);
+    void addContacts(PrivateBus& bus, const QStringList& cards);
+    int run(const QString& name);
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<Probe> m_probe;
+};
+
+/// A server of the test's own: it tells the sources that it is given, and answers for their books.
+class FakeEvolution
+{
+public:
+    explicit FakeEvolution(PrivateBus& bus) : connection(bus.connection())
+    {
+        connection.registerService(PREFIX + "AddressBook10");
+        service = std::make_unique<FakeService>(
+            connection, PREFIX + "Sources5",
+            [this](const QDBusMessage& message) { return answer(message); });
+    }
+
+    ~FakeEvolution()
+    {
+        connection.unregisterService(PREFIX + "AddressBook10");
+    }
+
+    void addBook(const QString& uid, const QStringList& cards)
+    {
+        sources[uid] = source("", "[Address Book]\nBackendName=local\n");
+        books[uid] = cards;
+    }
+
+    QMap<QString, QString> sources;
+    QMap<QString, QStringList> books;
+    /// "method uid" that gets no answer.
+    QString silence;
+    /// "method uid" that is refused.
+    QString refusal;
+    /// "method uid" that gets an answer of another kind.
+    QString nonsense;
+    std::unique_ptr<FakeService> service;
+
+private:
+    QDBusMessage answer(const QDBusMessage& message)
+    {
+        QString uid = message.path().section('/', -1).replace('_', '-');
+        if (message.member() == "OpenAddressBook") {
+            uid = message.arguments().constFirst().toString();
+        }
+        const QString step = message.member() + ' ' + uid;
+        if (step == silence) {
+            return QDBusMessage();
+        }
+        if (step == refusal) {
+            return message.createErrorReply("org.example.No", "The account is locked");
+        }
+        if (step == nonsense) {
+            return message.createReply(QVariantList{QVariantMap{{"a", 1}}, 2});
+        }
+        if (message.member() == "GetManagedObjects") {
+            platform::ManagedObjects objects;
+            for (auto source = sources.cbegin(); source != sources.cend(); ++source) {
+                const QString path = QString("/source/Source_%1").arg(objects.size());
+                objects[QDBusObjectPath(path)][PREFIX + "Source"] = {{"UID", source.key()},
+                                                                     {"Data", source.value()}};
+            }
+            return message.createReply(QVariant::fromValue(objects));
+        }
+        if (message.member() == "OpenAddressBook") {
+            return message.createReply(
+                QVariantList{"/book/" + uid.replace('-', '_'), connection.baseService()});
+        }
+        if (message.member() == "Open") {
+            return message.createReply(QStringList{"writable:true"});
+        }
+        if (message.member() == "GetContactList") {
+            return message.createReply(books.value(uid));
+        }
+        return message.createReply();
+    }
+
+    QDBusConnection connection;
+};
+
+void AddressBookTest::initTestCase()
+{
+    qDBusRegisterMetaType<QMap<QString, QVariantMap>>();
+    qDBusRegisterMetaType<platform::ManagedObjects>();
+}
+
+void AddressBookTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    m_probe = std::make_unique<Probe>();
+    m_probe->environment.insert("XDG_DATA_HOME", m_folder->filePath("data"));
+}
+
+void AddressBookTest::write(const QString& path, const QByteArray& content)
+{
+    QFile file(m_folder->filePath("data/" + path));
+    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+void AddressBookTest::useBus(PrivateBus& bus)
+{
+    m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", bus.address());
+}
+
+/// Has the probe read the book; how long that took, in milliseconds. For a failed run -1.
+int AddressBookTest::run(const QString& name)
+{
+    if (!m_probe->start("contacts") || m_probe->answer("saved").isNull() ||
+        !m_probe->waitForEnd()) {
+        return -1;
+    }
+    const int ms = m_probe->all("ms").value(0).toInt();
+    printf("           %s: %s names in %i ms\n", qPrintable(name),
+           qPrintable(m_probe->all("count").value(0)), ms);
+    return ms;
+}
+
+void AddressBookTest::nothingThere()
+{
+    const int ms = run("nothing there");
+    QVERIFY2(ms >= 0 && ms < 300, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("manager"), QStringList{"pixmoth"});
+    QCOMPARE(m_probe->all("error"), QStringList{"0"});
+    QCOMPARE(m_probe->all("count"), QStringList{"0"});
+    // What is not in the book is not found, and nothing can be written to it.
+    QCOMPARE(m_probe->all("stranger"), QStringList{"1"});
+    QCOMPARE(m_probe->all("saved"), QStringList{"0"});
+    QCOMPARE(m_probe->platformLog().size(), 1);
+    QVERIFY(m_probe->platformLog().first().contains("No session bus"));
+}
+
+void AddressBookTest::choiceOfTheUserWins_data()
+{
+    QTest::addColumn<QString>("choice");
+    QTest::addColumn<QString>("manager");
+    QTest::newRow("another store") << "memory"
+                                   << "memory";
+    QTest::newRow("a store that is not there") << "nosuchbook"
+                                               << "invalid";
+    QTest::newRow("none") << ""
+                          << "pixmoth";
+}
+
+void AddressBookTest::choiceOfTheUserWins()
+{
+    QFETCH(QString, choice);
+    QFETCH(QString, manager);
+    write("contacts/a.vcf", card("FN:Anna Smith"));
+    m_probe->environment.insert("QTCONTACTS_MANAGER_OVERRIDE", choice);
+    QVERIFY(run("chosen " + choice) >= 0);
+    QCOMPARE(m_probe->all("manager"), QStringList{manager});
+    QCOMPARE(m_probe->all("count"), QStringList{choice.isEmpty() ? "1" : "0"});
+}
+
+void AddressBookTest::foldersOfCards()
+{
+    write("kpeoplevcard/phone-1/b.vcf", card("FN:Berta Bold"));
+    write("kpeoplevcard/phone-1/a.vcard", card("FN:Anna Smith") + card("N:Zed;Xaver;;;"));
+    write("contacts/friends/c.vcf", card("NICKNAME:Caesar"));
+    write("contacts/friends/readme.txt", card("FN:Not A Card"));
+    write("elsewhere/d.vcf", card("FN:Somebody Else"));
+    QVERIFY(run("folders") >= 0);
+    QCOMPARE(m_probe->all("label"),
+             QStringList({"Caesar", "Anna Smith", "Xaver Zed", "Berta Bold"}));
+    QCOMPARE(m_probe->platformLog().size(), 1); // That there is no bus.
+}
+
+void AddressBookTest::strangeFiles()
+{
+    write("contacts/a.vcf", card("FN:Anna Smith"));
+    write("contacts/empty.vcf", "");
+    write("contacts/garbage.vcf", QByteArray(100000, '\xfe'));
+    write("contacts/broken.vcf", "BEGIN:VCARD\r\nFN:Broken Off");
+    write("contacts/large.vcf",
+          card("FN:Too Large\r\nPHOTO;ENCODING=b:" + QByteArray(50 * 1000 * 1000, 'A')));
+    write("contacts/photo.vcf",
+          card("PHOTO;ENCODING=b:" + QByteArray(5 * 1000 * 1000, 'A') + "\r\nFN:With Photo"));
+    const QString data = m_folder->filePath("data");
+    QVERIFY(QDir().mkpath(data + "/contacts/folder.vcf"));
+    QVERIFY(QFile::link(data + "/contacts", data + "/contacts/round"));
+    QVERIFY(QFile::link(data + "/contacts/nowhere", data + "/contacts/dangling.vcf"));
+    QCOMPARE(mkfifo(qPrintable(data + "/contacts/pipe.vcf"), 0600), 0);
+    QVERIFY(QFile::link("/dev/zero", data + "/contacts/endless.vcf"));
+    const int ms = run("strange files");
+    QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("label"), QStringList({"Anna Smith", "Broken Off", "With Photo"}));
+    QCOMPARE(m_probe->platformLog().size(), 2);
+    QVERIFY2(m_probe->platformLog().last().contains("1 vCard files are too large"),
+             qPrintable(m_probe->platformLog().last()));
+}
+
+void AddressBookTest::manyFiles()
+{
+    const QStringList cards = manyCards(3000);
+    for (int i = 0; i < cards.size(); ++i) {
+        write(QString("contacts/%1.vcf").arg(i), cards.at(i).toUtf8());
+    }
+    const int ms = run("3,000 files");
+    QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QVERIFY(m_probe->all("count").value(0).toInt() >= 50);
+}
+
+void AddressBookTest::startEvolution(PrivateBus& bus)
+{
+    const QString services("/usr/share/dbus-1/services");
+    if (QDir(services).entryList({PREFIX + "AddressBook*"}).isEmpty()) {
+        QSKIP("Package evolution-data-server is not installed");
+    }
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* variable :
+         {"HOME", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
+        const QString path = m_folder->filePath(QString("server/") + variable);
+        QVERIFY(QDir().mkpath(path));
+        environment.insert(variable, path);
+    }
+    environment.remove("DISPLAY");
+    environment.insert("GSETTINGS_BACKEND", "memory");
+    // The sanitizers of this process are not the server's.
+    environment.remove("LD_PRELOAD");
+    QVERIFY(bus.start({services}, environment));
+    useBus(bus);
+}
+
+void AddressBookTest::addContacts(PrivateBus& bus, const QStringList& cards)
+{
+    const QDBusMessage opened =
+        bus.call(PREFIX + "AddressBook10", ROOT + "AddressBookFactory",
+                 PREFIX + "AddressBookFactory", "OpenAddressBook", {"system-address-book"});
+    QVERIFY2(opened.type() == QDBusMessage::ReplyMessage, qPrintable(opened.errorMessage()));
+    const QString path = opened.arguments().value(0).toString();
+    const QString service = opened.arguments().value(1).toString();
+    const QString interface = PREFIX + "AddressBook";
+    QCOMPARE(bus.call(service, path, interface, "Open").type(), QDBusMessage::ReplyMessage);
+    const QDBusMessage added =
+        bus.call(service, path, interface, "CreateContacts", {cards, QVariant::fromValue(0u)});
+    QVERIFY2(added.type() == QDBusMessage::ReplyMessage, qPrintable(added.errorMessage()));
+}
+
+void AddressBookTest::evolution()
+{
+    PrivateBus bus;
+    startEvolution(bus);
+    const int cold = run("Evolution, cold, empty book");
+    QVERIFY2(cold >= 0 && cold < LIMIT_MS, qPrintable(QString::number(cold)));
+    QCOMPARE(m_probe->all("count"), QStringList{"0"});
+
+    addContacts(bus, {QString::fromUtf8(card("FN:Anna Smith\r\nN:Smith;Anna;;;")),
+                      QString::fromUtf8(card("FN:J\xc3\xb6rg M\xc3\xbcller")),
+                      QString::fromUtf8(card("NICKNAME:Caesar")),
+                      QString::fromUtf8(card("FN:The Team\r\nX-EVOLUTION-LIST:TRUE"))});
+    for (const char* name : {"Evolution, warm, 3 contacts", "Evolution, again"}) {
+        m_probe = std::make_unique<Probe>();
+        useBus(bus);
+        const int ms = run(name);
+        QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+        QStringList labels = m_probe->all("label");
+        labels.sort();
+        QCOMPARE(labels, QStringList({"Anna Smith", "Caesar", QString::fromUtf8("Jörg Müller")}));
+        QCOMPARE(m_probe->platformLog(), QStringList());
+    }
+}
+
+void AddressBookTest::evolutionWithThousands()
+{
+    PrivateBus bus;
+    startEvolution(bus);
+    addContacts(bus, manyCards(2000));
+    int most = 0;
+    for (const char* name : {"Evolution, 2,000 contacts", "Evolution, again"}) {
+        m_probe = std::make_unique<Probe>();
+        useBus(bus);
+        const int ms = run(name);
+        QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+        const int count = m_probe->all("count").value(0).toInt();
+        QCOMPARE(m_probe->platformLog().size(), count == 2000 ? 0 : 1);
+        most = qMax(most, count);
+    }
+    QVERIFY2(most >= 100, qPrintable(QString::number(most)));
+}
+
+void AddressBookTest::evolutionFrozen()
+{
+    PrivateBus bus;
+    startEvolution(bus);
+    addContacts(bus, manyCards(3));
+    const QString name = PREFIX + "AddressBook10";
+    const auto process = static_cast<pid_t>(bus.processOf(name));
+    QVERIFY(process > 0);
+    QCOMPARE(::kill(process, SIGSTOP), 0);
+    const int ms = run("Evolution, frozen");
+    ::kill(process, SIGCONT);
+    QVERIFY2(ms >= 500 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("count"), QStringList{"0"});
+    QCOMPARE(m_probe->platformLog().size(), 1);
+    QVERIFY2(m_probe->platformLog().first().contains("1 of 1 address books cannot be read"),
+             qPrintable(m_probe->platformLog().first()));
+}
+
+void AddressBookTest::evolutionFrozenInTheMiddle()
+{
+    PrivateBus bus;
+    startEvolution(bus);
+    addContacts(bus, manyCards(2000));
+    const auto process = static_cast<pid_t>(bus.processOf(PREFIX + "AddressBook10"));
+    QVERIFY(process > 0);
+    for (int delay : {10, 25, 45}) {
+        m_probe = std::make_unique<Probe>();
+        useBus(bus);
+        QVERIFY(m_probe->start("contacts"));
+        QTest::qSleep(delay);
+        QCOMPARE(::kill(process, SIGSTOP), 0);
+        const QString ms = m_probe->answer("ms");
+        ::kill(process, SIGCONT);
+        QVERIFY(m_probe->waitForEnd());
+        QVERIFY2(!ms.isNull() && ms.toInt() < LIMIT_MS, qPrintable(ms));
+        const int count = m_probe->all("count").value(0).toInt();
+        printf("           Evolution, frozen after %i ms: %i names in %s ms\n", delay, count,
+               qPrintable(ms));
+        QVERIFY(count == 2000 || m_probe->platformLog().size() == 1);
+    }
+}
+
+void AddressBookTest::newestInterfaceIsAsked()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    server.addBook("system-address-book", {QString::fromUtf8(card("FN:Anna Smith"))});
+    // Names of other releases, which nobody answers for, and such as only look like them.
+    QStringList asked;
+    QDBusConnection older = QDBusConnection::connectToBus(bus.address(), "older");
+    FakeService former(older, PREFIX + "Sources4", [&asked](const QDBusMessage& message) {
+        asked.append(message.member());
+        return QDBusMessage();
+    });
+    older.registerService(PREFIX + "AddressBook9");
+    older.registerService(PREFIX + "Sources6Old");
+    older.registerService(PREFIX + "SourcesX");
+    QVERIFY(run("two releases") >= 0);
+    QCOMPARE(m_probe->all("label"), QStringList{"Anna Smith"});
+    QCOMPARE(asked, QStringList());
+    QDBusConnection::disconnectFromBus("older");
+    QCOMPARE(m_probe->platformLog(), QStringList());
+    // Tidied up at the end.
+    QTRY_VERIFY(server.service->calls().contains("Close"));
+    for (const QString& call : server.service->calls()) {
+        QVERIFY2(!call.startsWith("Create") && !call.startsWith("Modify") &&
+                     !call.startsWith("Remove"),
+                 qPrintable(call));
+    }
+}
+
+void AddressBookTest::booksThatCount()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    const QString book("[Address Book]\nBackendName=carddav\n");
+    const auto add = [&server](const QString& uid, const QString& data) {
+        server.addBook(uid, {QString::fromUtf8(card("FN:Of " + uid.toUtf8()))});
+        server.sources[uid] = data;
+    };
+    add("aa-account", source("", "[Collection]\nBackendName=google\n"));
+    add("ab-off-account", source("", "[Collection]\nBackendName=google\n", "false"));
+    add("ba-online", source("aa-account", book));
+    add("bb-of-the-account-that-is-off", source("ab-off-account", book));
+    add("bc-off", source("aa-account", book, "false"));
+    add("bd-directory", source("", "[Address Book]\nBackendName=ldap\n"));
+    add("be-calendar", source("", "[Calendar]\nBackendName=local\n"));
+    add("bf-own-parent", source("bf-own-parent", book));
+    add("bg-no-word-of-enabled", "[Data Source]\nParent=gone\n\n[Address Book]\n");
+    add("system-address-book", source("", "[Address Book]\nBackendName=local\n"));
+    QVERIFY(run("many sources") >= 0);
+    QCOMPARE(m_probe->all("label"), QStringList({"Of system-address-book", "Of ba-online",
+                                                 "Of bf-own-parent", "Of bg-no-word-of-enabled"}));
+    QCOMPARE(m_probe->platformLog(), QStringList());
+}
+
+void AddressBookTest::slowBookHoldsNothingUp()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    server.addBook("a-slow", {QString::fromUtf8(card("FN:Never Told"))});
+    server.addBook("b-quick", {QString::fromUtf8(card("FN:Anna Smith"))});
+    server.addBook("system-address-book", {QString::fromUtf8(card("FN:Berta Bold"))});
+    server.silence = "Open a-slow";
+    server.refusal = "OpenAddressBook c-locked";
+    server.addBook("c-locked", {QString::fromUtf8(card("FN:Never Told"))});
+    const int ms = run("one book silent, one locked");
+    QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("label"), QStringList({"Berta Bold", "Anna Smith"}));
+    QCOMPARE(m_probe->platformLog().size(), 1);
+    QVERIFY2(m_probe->platformLog().first().contains("2 of 4 address books cannot be read"),
+             qPrintable(m_probe->platformLog().first()));
+}
+
+void AddressBookTest::silentServer_data()
+{
+    QTest::addColumn<QString>("silence");
+    QTest::newRow("registry") << "GetManagedObjects SourceManager";
+    QTest::newRow("factory") << "OpenAddressBook system-address-book";
+    QTest::newRow("opening") << "Open system-address-book";
+    QTest::newRow("reading") << "GetContactList system-address-book";
+}
+
+void AddressBookTest::silentServer()
+{
+    QFETCH(QString, silence);
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    server.addBook("system-address-book", {QString::fromUtf8(card("FN:Anna Smith"))});
+    server.silence = silence;
+    const int ms = run("silent at " + silence);
+    QVERIFY2(ms >= 800 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("count"), QStringList{"0"});
+    QCOMPARE(m_probe->platformLog().size(), 1);
+}
+
+void AddressBookTest::foldersStandInForTheServer()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    write("kpeoplevcard/a.vcf", card("FN:From The Folder"));
+    FakeEvolution server(bus);
+    server.addBook("system-address-book", {QString::fromUtf8(card("FN:Anna Smith"))});
+    server.silence = "GetContactList system-address-book";
+    const int ms = run("silent server, folders there");
+    QVERIFY2(ms >= 500 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("label"), QStringList{"From The Folder"});
+}
+
+void AddressBookTest::foldersAreLeftAloneWhereTheServerHasNames()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    write("kpeoplevcard/a.vcf", card("FN:From The Folder"));
+    FakeEvolution server(bus);
+    server.addBook("system-address-book", {QString::fromUtf8(card("FN:Anna Smith"))});
+    QVERIFY(run("server and folders") >= 0);
+    QCOMPARE(m_probe->all("label"), QStringList{"Anna Smith"});
+}
+
+void AddressBookTest::strangeAnswers_data()
+{
+    silentServer_data();
+}
+
+void AddressBookTest::strangeAnswers()
+{
+    QFETCH(QString, silence);
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    server.addBook("a-sound", {QString::fromUtf8(card("FN:Anna Smith"))});
+    server.addBook("system-address-book", {"no card", "", QString::fromUtf8(card("FN:X Y"))});
+    server.nonsense = silence;
+    const int ms = run("nonsense at " + silence);
+    QVERIFY2(ms >= 0 && ms < 500, qPrintable(QString::number(ms)));
+    const QStringList labels = m_probe->all("label");
+    if (silence.startsWith("GetManagedObjects")) {
+        QCOMPARE(labels, QStringList());
+    } else if (silence.startsWith("Open ")) {
+        // What opening answers with is not looked at.
+        QCOMPARE(labels, QStringList({"X Y", "Anna Smith"}));
+    } else {
+        QCOMPARE(labels, QStringList{"Anna Smith"});
+        QCOMPARE(m_probe->platformLog().size(), 1);
+    }
+}
+
+void AddressBookTest::twentyThousand()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    FakeEvolution server(bus);
+    server.addBook("system-address-book", manyCards(20000));
+    const int ms = run("20,000 contacts");
+    QVERIFY2(ms >= 0 && ms < LIMIT_MS, qPrintable(QString::number(ms)));
+    const int count = m_probe->all("count").value(0).toInt();
+    QVERIFY2(count >= 100, qPrintable(QString::number(count)));
+    QCOMPARE(m_probe->all("label").value(0), numbered(0));
+    QCOMPARE(m_probe->platformLog().size(), count == 20000 ? 0 : 1);
+}
+
+void AddressBookTest::frozenBus()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    useBus(bus);
+    bus.freeze();
+    const int ms = run("frozen bus");
+    bus.thaw();
+    QVERIFY2(ms >= 50 && ms < 500, qPrintable(QString::number(ms)));
+    QCOMPARE(m_probe->all("count"), QStringList{"0"});
+    QCOMPARE(m_probe->platformLog().size(), 1);
+}
+
+QTEST_GUILESS_MAIN(AddressBookTest)
+#include "addressbooktest.moc"

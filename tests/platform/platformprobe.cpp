@@ -1,0 +1,178 @@
+// Makes use of the platform as the show does and tells what comes of it, one "word value" a line:
+//   platformprobe contacts     reads the address book
+//   platformprobe friends      has the show read its friends
+//   platformprobe power        watches battery and power; "ask" on standard input asks for both
+//   platformprobe identity     reads the numbers of the modem
+//   platformprobe inhibit      holds the screen saver off
+// Those of power and of the screen saver go on until standard input ends.
+
+#include "device/friends.h"
+#include "device/systemstate.h"
+#include "platform/qsystemdeviceinfo.h"
+#include "platform/qsystemscreensaver.h"
+
+#include <QContact>
+#include <QContactDisplayLabel>
+#include <QContactFetchHint>
+#include <QContactManager>
+#include <QContactSortOrder>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSocketNotifier>
+#include <QTimer>
+
+#include <cstdio>
+#include <functional>
+#include <unistd.h>
+
+QTCONTACTS_USE_NAMESPACE
+
+namespace {
+
+void tell(const char* word, const QString& value)
+{
+    printf("%s %s\n", word, qUtf8Printable(value));
+    fflush(stdout);
+}
+
+void tell(const char* word, qint64 value)
+{
+    tell(word, QString::number(value));
+}
+
+/// Calls `onLine` for each line of standard input, and ends the event loop at its end.
+class Listener
+{
+public:
+    explicit Listener(std::function<void(const QByteArray&)> onLine)
+        : notifier(STDIN_FILENO, QSocketNotifier::Read)
+    {
+        QObject::connect(&notifier, &QSocketNotifier::activated, &notifier, [this, onLine] {
+            char bytes[256];
+            const ssize_t count = ::read(STDIN_FILENO, bytes, sizeof bytes);
+            if (count <= 0) {
+                notifier.setEnabled(false);
+                QCoreApplication::quit();
+                return;
+            }
+            for (const QByteArray& line :
+                 QByteArray(bytes, static_cast<int>(count)).trimmed().split('\n')) {
+                onLine(line);
+            }
+        });
+    }
+
+private:
+    QSocketNotifier notifier;
+};
+
+int contacts()
+{
+    QElapsedTimer timer;
+    timer.start();
+    QContactManager manager{QString()};
+    const QList<QContact> list = manager.contacts(QList<QContactSortOrder>(), QContactFetchHint());
+    QStringList labels;
+    for (const QContact& listed : list) {
+        const QContact contact = manager.contact(listed.id(), QContactFetchHint());
+        labels.append(contact.detail<QContactDisplayLabel>().label());
+    }
+    tell("ms", timer.elapsed());
+    tell("manager", manager.managerName());
+    tell("error", manager.error());
+    for (int i = 0; i < qMin(labels.size(), 30); ++i) {
+        tell("label", labels.at(i));
+    }
+    tell("count", labels.size());
+
+    // No contact of this book.
+    const QContact stranger =
+        manager.contact(QContactId(manager.managerUri(), "1000000"), QContactFetchHint());
+    tell("stranger", manager.error());
+    QContact newcomer;
+    tell("saved", manager.saveContact(&newcomer) ? 1 : 0);
+    return stranger.isEmpty() ? 0 : 1;
+}
+
+int friends()
+{
+    QElapsedTimer timer;
+    timer.start();
+    Friends friends;
+    friends.query();
+    tell("ms", timer.elapsed());
+    for (int i = 0; i < 7; ++i) {
+        tell("name", friends.name(i));
+    }
+    return 0;
+}
+
+int power()
+{
+    QElapsedTimer timer;
+    timer.start();
+    SystemState state;
+    tell("ms", timer.elapsed());
+    const auto tellBoth = [&state] {
+        tell("level", state.batteryLevel());
+        tell("power", state.powerState());
+        tell("end", QString());
+    };
+    tellBoth();
+    Listener listener([&](const QByteArray&) { tellBoth(); });
+    return QCoreApplication::exec();
+}
+
+int identity()
+{
+    QtMobility::QSystemDeviceInfo info;
+    QElapsedTimer timer;
+    timer.start();
+    tell("imei", "<" + info.imei() + ">");
+    tell("imsi", "<" + info.imsi() + ">");
+    tell("ms", timer.elapsed());
+    timer.restart();
+    info.imei();
+    info.imsi();
+    tell("again", timer.elapsed());
+    return 0;
+}
+
+int inhibit()
+{
+    QElapsedTimer timer;
+    timer.start();
+    QtMobility::QSystemScreenSaver screenSaver;
+    tell("asked", screenSaver.setScreenSaverInhibit() ? 1 : 0);
+    tell("ms", timer.elapsed());
+    tell("twice", screenSaver.setScreenSaverInhibit() ? 1 : 0);
+    Listener listener(
+        [&](const QByteArray&) { tell("inhibited", screenSaver.screenSaverInhibited() ? 1 : 0); });
+    return QCoreApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName("pixmoth");
+    qSetMessagePattern("%{category}: %{message}");
+    const QString what = application.arguments().value(1);
+    if (what == "contacts") {
+        return contacts();
+    }
+    if (what == "friends") {
+        return friends();
+    }
+    if (what == "power") {
+        return power();
+    }
+    if (what == "identity") {
+        return identity();
+    }
+    if (what == "inhibit") {
+        return inhibit();
+    }
+    return 2;
+}

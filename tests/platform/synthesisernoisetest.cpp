@@ -1,0 +1,62 @@
+#include "device/speech_p.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// What a synthesiser prints, with the program that stands in for it and with the real one.
+class SynthesiserNoiseTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void nothingIsKept();
+    void realSynthesiserIsHeardOut();
+
+private:
+    static QByteArray kept(Speech& speech);
+};
+
+/// What the show could still read of it.
+QByteArray SynthesiserNoiseTest::kept(Speech& speech)
+{
+    QProcess& process = speech.d->thread.process;
+    process.setReadChannel(QProcess::StandardError);
+    return process.readAllStandardError() + process.readAllStandardOutput();
+}
+
+void SynthesiserNoiseTest::nothingIsKept()
+{
+    QTemporaryDir folder;
+    QFile script(folder.filePath("espeak"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\nhead -c 300000000 /dev/zero >&2\nhead -c 30000000 /dev/zero\n");
+    script.close();
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    const QByteArray searchPath = qgetenv("PATH");
+    qputenv("PATH", QFile::encodeName(folder.path()) + ':' + searchPath);
+    Speech speech;
+    speech.speak("I love you");
+    qputenv("PATH", searchPath);
+    // Neither is it held up: so much would take its time through a pipe that we empty.
+    QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 10000);
+    QCOMPARE(kept(speech).size(), 0);
+    QCOMPARE(speech.d->thread.process.exitCode(), 0);
+}
+
+void SynthesiserNoiseTest::realSynthesiserIsHeardOut()
+{
+    if (QStandardPaths::findExecutable("espeak").isEmpty()) {
+        QSKIP("Package espeak is not installed");
+    }
+    Speech speech;
+    speech.speak("I");
+    QVERIFY(!speech.isReady());
+    QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 20000);
+    QCOMPARE(speech.d->thread.process.error(), QProcess::UnknownError);
+    QCOMPARE(kept(speech).size(), 0);
+}
+
+QTEST_GUILESS_MAIN(SynthesiserNoiseTest)
+#include "synthesisernoisetest.moc"
