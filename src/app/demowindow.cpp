@@ -22,6 +22,18 @@ DemoWindow::~DemoWindow()
     }
 }
 
+void DemoWindow::updateGL()
+{
+    if (!testAttribute(Qt::WA_Mapped) && window()->testAttribute(Qt::WA_Mapped)) {
+        // Under Wayland, Qt tells a surface within a window that it can be seen only when its size
+        // changes, and on a screen just as large as the window it never would.
+        const QSize whole = size();
+        resize(whole.width(), whole.height() - 1);
+        resize(whole);
+    }
+    QGLWidget::updateGL();
+}
+
 void DemoWindow::initializeGL()
 {
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);

@@ -5,6 +5,7 @@
 #include "support/glrecorder.h"
 
 #include <QApplication>
+#include <QMainWindow>
 #include <QTest>
 #include <QTimer>
 
@@ -19,6 +20,7 @@ private slots:
     void initTestCase();
     void contextBringsTheShow();
     void resizeSetsTheViewportOnly();
+    void surfaceThatWasNotToldIsWoken();
     void everyTickIsAFrame();
     void endOfTheShowEndsTheLoop();
     void deathFreesTheShowWithItsContext();
@@ -64,6 +66,28 @@ void DemoWindowGlTest::resizeSetsTheViewportOnly()
     window.resizeGL(320, 200);
     QCOMPARE(glrecorder::takeCalls(), QStringList{"glViewport(0, 0, 320, 200)"});
     glrecorder::start(glrecorder::PassThrough);
+}
+
+void DemoWindowGlTest::surfaceThatWasNotToldIsWoken()
+{
+    QMainWindow window;
+    auto* surface = new DemoWindow(&window);
+    window.setCentralWidget(surface);
+    window.resize(800, 480);
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_VERIFY(surface->demoMain && surface->testAttribute(Qt::WA_Mapped));
+
+    glrecorder::start(glrecorder::Record);
+    surface->updateGL();
+    QVERIFY(!glrecorder::takeCalls().join('\n').contains("glViewport(0, 0, 800, 479)"));
+    surface->setAttribute(Qt::WA_Mapped, false); // As a surface within a window is under Wayland.
+    surface->updateGL();
+    QCOMPARE(surface->size(), QSize(800, 480));
+    const QStringList viewports = glrecorder::takeCalls().filter("glViewport");
+    glrecorder::start(glrecorder::PassThrough);
+    QVERIFY(viewports.contains("glViewport(0, 0, 800, 479)"));
+    QCOMPARE(viewports.last(), QString("glViewport(0, 0, 800, 480)"));
 }
 
 void DemoWindowGlTest::everyTickIsAFrame()
