@@ -1,7 +1,7 @@
 # Each test of src/app and what it links.
 pixmoth_add_test(app demowindowgltest fakecontacts fakedeviceinfo glrecorder
-  RUNS contextBringsTheShow resizeSetsTheViewportOnly everyTickIsAFrame endOfTheShowEndsTheLoop
-    deathFreesTheShowWithItsContext)
+  RUNS contextBringsTheShow resizeSetsTheViewportOnly surfaceThatWasNotToldIsWoken
+    everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext)
 pixmoth_add_test(app mainwindowgltest fakecontacts)
 target_include_directories(mainwindowgltest PRIVATE
   ${PROJECT_BINARY_DIR}/src/pixmoth-show_autogen/include)

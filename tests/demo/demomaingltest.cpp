@@ -47,7 +47,6 @@ private slots:
     void drawsOfAFrame();
     void shakeIsDrawnXBeforeY();
     void musicStartsWithTheFirstFrame();
-    void callsOfAFrame();
     void playerDiesFirst();
 
     void cleanupTestCase();
@@ -667,64 +666,6 @@ void DemoMainGlTest::musicStartsWithTheFirstFrame()
     stage.frame(500);
     QCOMPARE(stage.d().partIndex, 1);
     QCOMPARE(stage.d().player->volume(), 37);
-}
-
-void DemoMainGlTest::callsOfAFrame()
-{
-    Stage stage;
-    stage.open();
-    useScript(stage);
-    firstPart(stage).effect = 3;
-    firstPart(stage).spread = 0;
-    firstPart(stage).fade = 2;
-    stage.frame(0);
-    glrecorder::start(glrecorder::Record);
-    stage.frame();
-    const QString vertices = QString::number(stage.d().quad->vertexBuffer().id());
-    const QString fadeVertices = QString::number(stage.d().fadeQuad->vertexBuffer().id());
-    const QString effect = QString::number(stage.d().effectTarget.textureId());
-    const QStringList drawn = {
-        "glVertexAttribPointer(0, 3, GL_FLOAT, false, 24, 0)",
-        "glEnableVertexAttribArray(0)",
-        "glVertexAttribPointer(1, 4, GL_UNSIGNED_BYTE, true, 24, 12)",
-        "glEnableVertexAttribArray(1)",
-        "glVertexAttribPointer(2, 2, GL_FLOAT, false, 24, 16)",
-        "glEnableVertexAttribArray(2)",
-        "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)",
-    };
-    const QStringList expected =
-        QStringList{
-            "glClearColor(0, 0, 0, 1)",
-            "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)",
-            "glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0)",
-            "glBindBuffer(GL_ARRAY_BUFFER, 0)",
-            "glBindTexture(GL_TEXTURE_2D, 0)",
-            "glEnable(GL_DEPTH_TEST)",
-            "glDisable(GL_BLEND)",
-            "glDisable(GL_CULL_FACE)",
-            "glFrontFace(GL_CW)",
-            "glDepthFunc(GL_LEQUAL)",
-            "glBindTexture(GL_TEXTURE_2D, 0)",
-            "glViewport(0, 0, 800, 480)",
-            "glViewport(0, 0, 800, 480)",
-            "glBindTexture(GL_TEXTURE_2D, " + effect + ")",
-            "glEnable(GL_BLEND)",
-            "glBlendFunc(GL_ONE, GL_ONE)",
-            "glBindBuffer(GL_ARRAY_BUFFER, " + vertices + ")",
-        } +
-        drawn +
-        QStringList{
-            "glEnable(GL_BLEND)",
-            "glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA)",
-            "glBindBuffer(GL_ARRAY_BUFFER, " + fadeVertices + ")",
-            "glBufferData(GL_ARRAY_BUFFER, 96, data, GL_STATIC_DRAW)",
-            "glBindBuffer(GL_ARRAY_BUFFER, " + fadeVertices + ")",
-        } +
-        drawn;
-    const QStringList calls = glrecorder::calls();
-    for (int i = 0; i < qMax(calls.size(), expected.size()); ++i) {
-        QCOMPARE(calls.value(i), expected.value(i));
-    }
 }
 
 void DemoMainGlTest::playerDiesFirst()

@@ -27,10 +27,11 @@ pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwi
     drawsOfAFrame
     shakeIsDrawnXBeforeY
     musicStartsWithTheFirstFrame
-    callsOfAFrame
     playerDiesFirst)
 pixmoth_add_test(demo demobuildertest fakecontacts fakedeviceinfo logcapture)
 pixmoth_add_test(demo demoparttest fakedeviceinfo logcapture)
 pixmoth_add_test(demo picturesgltest fakecontacts fakedeviceinfo glrecorder glwindow picturecompare
   testclock
   RUNS screenIsWhatTheModelSays effectIsWhatRasterPaints)
+pixmoth_add_test(demo callsgltest fakecontacts fakedeviceinfo glrecorder glwindow testclock
+  RUNS setUp frame death)
