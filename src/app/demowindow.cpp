@@ -1,6 +1,7 @@
 #include "app/demowindow.h"
 
 #include "demo/demomain.h"
+#include "platform/glsurface.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -22,18 +23,6 @@ DemoWindow::~DemoWindow()
     }
 }
 
-void DemoWindow::updateGL()
-{
-    if (!testAttribute(Qt::WA_Mapped) && window()->testAttribute(Qt::WA_Mapped)) {
-        // Under Wayland, Qt tells a surface within a window that it can be seen only when its size
-        // changes, and on a screen just as large as the window it never would.
-        const QSize whole = size();
-        resize(whole.width(), whole.height() - 1);
-        resize(whole);
-    }
-    QGLWidget::updateGL();
-}
-
 void DemoWindow::initializeGL()
 {
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
@@ -43,6 +32,7 @@ void DemoWindow::initializeGL()
     timer = new QTimer(this);
     // A coarse timer may be 5 % late, and the cuts would drift away from the music.
     timer->setTimerType(Qt::PreciseTimer);
+    connect(timer, &QTimer::timeout, this, [this] { platform::wakeSurface(this); });
     connect(timer, SIGNAL(timeout()), this, SLOT(updateGL()));
     timer->start(FRAME_INTERVAL_MS);
 }

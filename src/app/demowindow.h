@@ -17,9 +17,6 @@ public:
     explicit DemoWindow(QWidget* parent = nullptr);
     ~DemoWindow() override;
 
-    /// A frame, as soon as the surface can be seen.
-    void updateGL() override;
-
 protected:
     void initializeGL() override;
     void resizeGL(int width, int height) override;

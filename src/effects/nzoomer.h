@@ -8,8 +8,6 @@
 /// turned, and new dots are set in its middle.
 class NZoomer : public EffectBase
 {
-    Q_OBJECT
-
 public:
     explicit NZoomer(QObject* parent = nullptr);
     ~NZoomer() override;

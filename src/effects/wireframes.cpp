@@ -6,6 +6,7 @@
 #include <QVector4D>
 
 #include <cmath>
+#include <utility>
 
 struct Wireframes::WireframesPrivate
 {
@@ -86,5 +87,13 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
                 painter.drawPoints(&position, 1);
             }
         }
+        if (pause) {
+            pause();
+        }
     }
+}
+
+void Wireframes::setPause(std::function<void()> newPause)
+{
+    pause = std::move(newPause);
 }

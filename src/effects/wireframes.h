@@ -2,6 +2,7 @@
 
 #include "effects/effectbase.h"
 
+#include <functional>
 #include <memory>
 
 class QPainter;
@@ -10,8 +11,6 @@ class QPainter;
 /// extreme telephoto lens.
 class Wireframes : public EffectBase
 {
-    Q_OBJECT
-
 public:
     explicit Wireframes(QObject* parent = nullptr);
     ~Wireframes() override;
@@ -25,7 +24,12 @@ public:
     /// painter is left in CompositionMode_Plus.
     void renderFrame(QPainter& painter, int frame);
 
+    /// Has renderFrame() call `pause` after each of its seven planes of points: a painter may need
+    /// much memory for what is still to be carried out. Null, as it is at first: no pause.
+    void setPause(std::function<void()> pause);
+
 private:
     struct WireframesPrivate;
     std::unique_ptr<WireframesPrivate> d; ///< Empty; room for lattices that keep a state.
+    std::function<void()> pause;
 };

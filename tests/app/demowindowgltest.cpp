@@ -79,14 +79,13 @@ void DemoWindowGlTest::surfaceThatWasNotToldIsWoken()
     QTRY_VERIFY(surface->demoMain && surface->testAttribute(Qt::WA_Mapped));
 
     glrecorder::start(glrecorder::Record);
-    surface->updateGL();
-    QVERIFY(!glrecorder::takeCalls().join('\n').contains("glViewport(0, 0, 800, 479)"));
+    QTest::qWait(120);
+    QVERIFY(!glrecorder::takeCalls().contains("glViewport(0, 0, 800, 479)"));
     surface->setAttribute(Qt::WA_Mapped, false); // As a surface within a window is under Wayland.
-    surface->updateGL();
+    QTRY_VERIFY(glrecorder::calls().contains("glViewport(0, 0, 800, 479)"));
     QCOMPARE(surface->size(), QSize(800, 480));
     const QStringList viewports = glrecorder::takeCalls().filter("glViewport");
     glrecorder::start(glrecorder::PassThrough);
-    QVERIFY(viewports.contains("glViewport(0, 0, 800, 479)"));
     QCOMPARE(viewports.last(), QString("glViewport(0, 0, 800, 480)"));
 }
 

@@ -43,6 +43,7 @@ private slots:
     void captionFadesIn();
     void frameCountsFromTheSwitch();
     void undimmedTrailsPileUp();
+    void latticePausesWhereDrawsAreGathered();
     void drawsOfAFrame_data();
     void drawsOfAFrame();
     void shakeIsDrawnXBeforeY();
@@ -589,6 +590,19 @@ void DemoMainGlTest::undimmedTrailsPileUp()
         wireframes.renderFrame(painter, 1);
     });
     COMPARE_PICTURES("undimmed", content(stage.d().effectTarget), expected, 1, 0.01);
+}
+
+void DemoMainGlTest::latticePausesWhereDrawsAreGathered()
+{
+    Stage stage;
+    stage.open();
+    const QByteArray driver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
+    useScript(stage);
+    firstPart(stage).effect = 2;
+    stage.frame(0);
+    glrecorder::start(glrecorder::Record);
+    stage.frame();
+    QCOMPARE(glrecorder::calls().count("glFinish()"), driver.contains("llvmpipe") ? 7 : 0);
 }
 
 void DemoMainGlTest::drawsOfAFrame_data()

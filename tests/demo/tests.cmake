@@ -24,6 +24,7 @@ pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwi
     captionFadesIn
     frameCountsFromTheSwitch
     undimmedTrailsPileUp
+    latticePausesWhereDrawsAreGathered
     drawsOfAFrame
     shakeIsDrawnXBeforeY
     musicStartsWithTheFirstFrame

@@ -60,6 +60,8 @@ void EffectBaseTest::initDoesNothing()
     const int next = qrand();
     QCOMPARE(next, drawAfter(11, 0));
     QCOMPARE(effect.metaObject()->className(), "EffectBase");
+    QCOMPARE(Wireframes().metaObject()->className(), "EffectBase");
+    QCOMPARE(NZoomer().metaObject()->className(), "EffectBase");
 }
 
 void EffectBaseTest::noiseDrawsThreePerPixel_data()

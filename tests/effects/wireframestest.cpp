@@ -138,6 +138,7 @@ private slots:
     void frame150IsAlmostFrame0();
     void middlePointIsInTheCentre();
     void overlappingPointsGlow();
+    void pausesAfterEachPlane();
     void framesKeepNoState();
 };
 
@@ -321,6 +322,20 @@ void WireframesTest::framesKeepNoState()
         QCOMPARE(again.position, before.position);
         QCOMPARE(again.pen, before.pen);
     }
+}
+
+void WireframesTest::pausesAfterEachPlane()
+{
+    Wireframes wireframes;
+    PaintRecorder recorder;
+    QPainter painter(&recorder);
+    QVector<int> points;
+    wireframes.setPause([&] { points.append(recorder.points.size()); });
+    wireframes.renderFrame(painter, 0);
+    QCOMPARE(points, (QVector<int>{49, 98, 147, 196, 245, 294, 343}));
+    wireframes.setPause(nullptr);
+    wireframes.renderFrame(painter, 0);
+    QCOMPARE(points.size(), 7);
 }
 
 QTEST_GUILESS_MAIN(WireframesTest)

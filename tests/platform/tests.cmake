@@ -15,6 +15,7 @@ add_dependencies(pixmoth-probe platformprobe)
 
 pixmoth_add_test(platform addressbooktest fakeservice privatebus probe)
 pixmoth_add_test(platform servicelogtest logcapture)
+pixmoth_add_test(platform glsurfacetest)
 pixmoth_add_test(platform warningboxtest)
 pixmoth_add_test(platform vcardreadertest)
 pixmoth_add_test(platform powermodeltest)

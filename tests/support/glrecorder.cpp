@@ -339,6 +339,13 @@ HIDDEN void glEnableVertexAttribArray(GLuint index)
     }
 }
 
+HIDDEN void glFinish()
+{
+    if (pass("glFinish()")) {
+        REAL(glFinish)();
+    }
+}
+
 HIDDEN void glFrontFace(GLenum face)
 {
     if (pass(QString("glFrontFace(%1)").arg(constantName(face)))) {
