@@ -60,6 +60,9 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
         // loops; only blue starts afresh for each.
         double red = std::sin(theta + 0.5 * i) * 90.0;
         for (int j = -RADIUS; j <= RADIUS; ++j) {
+            if (pause) {
+                pause();
+            }
             double green = std::cos(theta + 0.5 * j) * 90.0;
             for (int k = -RADIUS; k <= RADIUS; ++k) {
                 red = clampChannel(red + 50.0);
@@ -86,9 +89,6 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
                 const QPointF position(y, x);
                 painter.drawPoints(&position, 1);
             }
-        }
-        if (pause) {
-            pause();
         }
     }
 }

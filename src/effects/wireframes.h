@@ -24,8 +24,8 @@ public:
     /// painter is left in CompositionMode_Plus.
     void renderFrame(QPainter& painter, int frame);
 
-    /// Has renderFrame() call `pause` after each of its seven planes of points: a painter may need
-    /// much memory for what is still to be carried out. Null, as it is at first: no pause.
+    /// Has renderFrame() call `pause` before each of its 49 rows of points: a painter may need much
+    /// memory for what is still to be carried out. Null, as it is at first: no pause.
     void setPause(std::function<void()> pause);
 
 private:

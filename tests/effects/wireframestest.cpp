@@ -138,7 +138,7 @@ private slots:
     void frame150IsAlmostFrame0();
     void middlePointIsInTheCentre();
     void overlappingPointsGlow();
-    void pausesAfterEachPlane();
+    void pausesBeforeEachRow();
     void framesKeepNoState();
 };
 
@@ -324,18 +324,22 @@ void WireframesTest::framesKeepNoState()
     }
 }
 
-void WireframesTest::pausesAfterEachPlane()
+void WireframesTest::pausesBeforeEachRow()
 {
     Wireframes wireframes;
     PaintRecorder recorder;
     QPainter painter(&recorder);
     QVector<int> points;
+    QVector<int> expected;
+    for (int row = 0; row < 49; ++row) {
+        expected.append(row * 7);
+    }
     wireframes.setPause([&] { points.append(recorder.points.size()); });
     wireframes.renderFrame(painter, 0);
-    QCOMPARE(points, (QVector<int>{49, 98, 147, 196, 245, 294, 343}));
+    QCOMPARE(points, expected);
     wireframes.setPause(nullptr);
     wireframes.renderFrame(painter, 0);
-    QCOMPARE(points.size(), 7);
+    QCOMPARE(points.size(), 49);
 }
 
 QTEST_GUILESS_MAIN(WireframesTest)
