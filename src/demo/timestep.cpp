@@ -35,6 +35,8 @@ void TimeStep::updateTimeStep()
         stepClock.restart();
         return;
     }
+    // Both are within the limit by now, so that this never bites; it would once a step were allowed
+    // to be longer than a jump.
     if (std::abs(elapsed - previous) > LONGEST_STEP_MS) {
         stepMillis = LONGEST_STEP_MS;
     }

@@ -235,7 +235,7 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
             reader.finish();
         }
         book.stage = Book::Done;
-        break;
+        Q_FALLTHROUGH();
     }
     case Book::Done:
         break;

@@ -87,6 +87,7 @@ private slots:
     void strangeAnswers();
     void twentyThousand();
     void frozenBus();
+    void busThatKeepsItsNames();
 
 private:
     void write(const QString& path, const QByteArray& content);
@@ -224,6 +225,7 @@ void AddressBookTest::nothingThere()
     // What is not in the book is not found, and nothing can be written to it.
     QCOMPARE(m_probe->all("stranger"), QStringList{"1"});
     QCOMPARE(m_probe->all("saved"), QStringList{"0"});
+    QCOMPARE(m_probe->all("version"), QStringList{"1"});
     QCOMPARE(m_probe->platformLog().size(), 1);
     QVERIFY(m_probe->platformLog().first().contains("No session bus"));
 }
@@ -261,6 +263,9 @@ void AddressBookTest::foldersOfCards()
     QVERIFY(run("folders") >= 0);
     QCOMPARE(m_probe->all("label"),
              QStringList({"Caesar", "Anna Smith", "Xaver Zed", "Berta Bold"}));
+    QCOMPARE(m_probe->all("backwards"),
+             QStringList({"Xaver Zed", "Caesar", "Berta Bold", "Anna Smith"}));
+    QCOMPARE(m_probe->all("nobody"), QStringList{"0"});
     QCOMPARE(m_probe->platformLog().size(), 1); // That there is no bus.
 }
 
@@ -602,6 +607,21 @@ void AddressBookTest::frozenBus()
     QVERIFY2(ms >= 50 && ms < 500, qPrintable(QString::number(ms)));
     QCOMPARE(m_probe->all("count"), QStringList{"0"});
     QCOMPARE(m_probe->platformLog().size(), 1);
+}
+
+void AddressBookTest::busThatKeepsItsNames()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start({}, QProcessEnvironment::systemEnvironment(),
+                      "<deny send_destination=\"org.freedesktop.DBus\""
+                      " send_interface=\"org.freedesktop.DBus\""
+                      " send_member=\"ListActivatableNames\"/>"));
+    useBus(bus);
+    write("contacts/a.vcf", card("FN:Anna Smith"));
+    QVERIFY(run("bus that keeps its names") >= 0);
+    QCOMPARE(m_probe->all("label"), QStringList{"Anna Smith"});
+    QCOMPARE(m_probe->platformLog().size(), 1);
+    QVERIFY(m_probe->platformLog().first().contains("does not tell its names"));
 }
 
 QTEST_GUILESS_MAIN(AddressBookTest)

@@ -1,4 +1,5 @@
 // Makes use of the platform as the show does and tells what comes of it, one "word value" a line:
+//   platformprobe buses        looks for the buses
 //   platformprobe contacts     reads the address book
 //   platformprobe friends      has the show read its friends
 //   platformprobe power        watches battery and power; "ask" on standard input asks for both
@@ -8,12 +9,15 @@
 
 #include "device/friends.h"
 #include "device/systemstate.h"
+#include "platform/busconnection.h"
 #include "platform/qsystemdeviceinfo.h"
 #include "platform/qsystemscreensaver.h"
 
 #include <QContact>
 #include <QContactDisplayLabel>
 #include <QContactFetchHint>
+#include <QContactIdFilter>
+#include <QContactInvalidFilter>
 #include <QContactManager>
 #include <QContactSortOrder>
 #include <QCoreApplication>
@@ -66,6 +70,15 @@ private:
     QSocketNotifier notifier;
 };
 
+int buses()
+{
+    QElapsedTimer timer;
+    timer.start();
+    tell("session", platform::sessionBus().isConnected() ? 1 : 0);
+    tell("ms", timer.elapsed());
+    return 0;
+}
+
 int contacts()
 {
     QElapsedTimer timer;
@@ -89,6 +102,15 @@ int contacts()
     const QContact stranger =
         manager.contact(QContactId(manager.managerUri(), "1000000"), QContactFetchHint());
     tell("stranger", manager.error());
+    tell("version", manager.managerVersion());
+    QContactSortOrder backwards;
+    backwards.setDetailType(QContactDetail::TypeDisplayLabel, QContactDisplayLabel::FieldLabel);
+    backwards.setDirection(Qt::DescendingOrder);
+    for (const QContactId& id : manager.contactIds({backwards}).mid(0, 30)) {
+        const QContact contact = manager.contact(id, QContactFetchHint());
+        tell("backwards", contact.detail<QContactDisplayLabel>().label());
+    }
+    tell("nobody", manager.contactIds(QContactInvalidFilter()).size());
     QContact newcomer;
     tell("saved", manager.saveContact(&newcomer) ? 1 : 0);
     return stranger.isEmpty() ? 0 : 1;
@@ -159,6 +181,9 @@ int main(int argc, char* argv[])
     QCoreApplication::setApplicationName("pixmoth");
     qSetMessagePattern("%{category}: %{message}");
     const QString what = application.arguments().value(1);
+    if (what == "buses") {
+        return buses();
+    }
     if (what == "contacts") {
         return contacts();
     }

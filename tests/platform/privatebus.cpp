@@ -26,7 +26,8 @@ PrivateBus::~PrivateBus()
     }
 }
 
-bool PrivateBus::start(const QStringList& serviceFolders, const QProcessEnvironment& environment)
+bool PrivateBus::start(const QStringList& serviceFolders, const QProcessEnvironment& environment,
+                       const QByteArray& rules)
 {
     QByteArray services;
     for (const QString& path : serviceFolders) {
@@ -39,7 +40,8 @@ bool PrivateBus::start(const QStringList& serviceFolders, const QProcessEnvironm
     config.write("<busconfig><type>session</type><listen>unix:dir=" + folder.path().toUtf8() +
                  "</listen>" + services +
                  "<policy context=\"default\"><allow send_destination=\"*\"/><allow own=\"*\"/>"
-                 "<allow eavesdrop=\"true\"/></policy></busconfig>");
+                 "<allow eavesdrop=\"true\"/>" +
+                 rules + "</policy></busconfig>");
     config.close();
 
     daemon.setProcessEnvironment(environment);

@@ -17,9 +17,11 @@ public:
     /// Ends the daemon, frozen or not, and with it the services that it has started.
     ~PrivateBus();
 
-    /// Starts the daemon. It starts services by the files in `serviceFolders`, in `environment`.
+    /// Starts the daemon. It starts services by the files in `serviceFolders`, in `environment`,
+    /// and allows everything but what the elements in `rules` deny.
     bool start(const QStringList& serviceFolders = {},
-               const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
+               const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment(),
+               const QByteArray& rules = QByteArray());
 
     QString address() const;
 

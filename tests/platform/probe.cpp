@@ -19,7 +19,8 @@ Probe::Probe() : environment(QProcessEnvironment::systemEnvironment()), handedOu
 
 Probe::~Probe()
 {
-    if (process.state() != QProcess::NotRunning) {
+    // One that ends by itself can tell the coverage what it has reached.
+    if (process.state() != QProcess::NotRunning && !waitForEnd(1000)) {
         kill();
     }
 }
