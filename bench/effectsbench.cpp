@@ -1,3 +1,5 @@
+#include "instructions.h"
+
 #include "demo/demobuilder.h"
 #include "demo/demomain_p.h"
 #include "effects/radialeffect_p.h"
@@ -8,6 +10,8 @@
 #include <benchmark/benchmark.h>
 
 #include <QApplication>
+#include <QPaintDevice>
+#include <QPaintEngine>
 #include <QPainter>
 #include <QWidget>
 
@@ -18,7 +22,7 @@
 #include <vector>
 
 // What the processor's share of the show costs, beside plain loops that compute only its numbers.
-// Run under `valgrind --tool=callgrind` for instruction counts: tools/bench-effects.
+// tools/bench-effects makes a table of it, with instruction counts beside the times.
 
 namespace {
 
@@ -28,6 +32,49 @@ QImage canvas()
     image.fill(Qt::black);
     return image;
 }
+
+/// Draws nothing: what is left is what an effect and the painter's interface cost.
+class NoCanvas : public QPaintDevice
+{
+public:
+    QPaintEngine* paintEngine() const override
+    {
+        return &engine;
+    }
+
+protected:
+    int metric(PaintDeviceMetric metric) const override
+    {
+        return metric == PdmWidth || metric == PdmHeight ? 256
+               : metric == PdmDevicePixelRatio           ? 1
+                                                         : QPaintDevice::metric(metric);
+    }
+
+private:
+    class Engine : public QPaintEngine
+    {
+    public:
+        Engine() : QPaintEngine(AllFeatures) {}
+        bool begin(QPaintDevice*) override
+        {
+            return true;
+        }
+        bool end() override
+        {
+            return true;
+        }
+        void updateState(const QPaintEngineState&) override {}
+        void drawLines(const QLineF*, int) override {}
+        void drawPoints(const QPointF*, int) override {}
+        void drawPixmap(const QRectF&, const QPixmap&, const QRectF&) override {}
+        Type type() const override
+        {
+            return User;
+        }
+    };
+
+    mutable Engine engine;
+};
 
 int joints(const Node& node)
 {
@@ -67,29 +114,105 @@ void grow(RadialEffect& effect, unsigned int seed)
     }
 }
 
+/// The motion of `count` joints, in arrays.
+void moveNumbers(std::vector<float>& x, std::vector<float>& y, const std::vector<float>& dx,
+                 const std::vector<float>& dy, size_t count)
+{
+    for (size_t i = 0; i < count; ++i) {
+        const double distance = std::sqrt(double(x[i]) * x[i] + double(y[i]) * y[i]);
+        y[i] = static_cast<float>(y[i] - dy[i] * 0.5 * distance * 0.01);
+        x[i] = static_cast<float>(x[i] - dx[i] * 0.5 * distance * 0.01);
+    }
+}
+
 void treeGrowth(benchmark::State& state)
 {
     const unsigned int seed = treeSeed(state.range(0) != 0);
     RadialEffect effect;
+    const Instructions counted(std::string("treeGrowth/worst:") + std::to_string(state.range(0)),
+                               state);
     for (auto _ : state) {
         grow(effect, seed);
     }
-    state.counters["joints"] = joints(effect.d->root);
+    state.SetLabel(std::to_string(joints(effect.d->root)) + " joints");
 }
 BENCHMARK(treeGrowth)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+/// How many numbers the growth of a tree draws.
+int drawsOf(unsigned int seed)
+{
+    RadialEffect effect;
+    grow(effect, seed);
+    const int next[] = {qrand(), qrand(), qrand()};
+    qsrand(seed);
+    int window[] = {qrand(), qrand(), qrand()};
+    int draws = 0;
+    while (!std::equal(std::begin(next), std::end(next), std::begin(window))) {
+        std::rotate(std::begin(window), std::begin(window) + 1, std::end(window));
+        window[2] = qrand();
+        ++draws;
+    }
+    return draws;
+}
+
+/// As many draws, and as many joints, each with its angle, its place and its direction, in arrays;
+/// and the motion of what has grown, at every step.
+void treeGrowthNumbers(benchmark::State& state)
+{
+    RadialEffect effect;
+    grow(effect, treeSeed(state.range(0) != 0));
+    const int draws = drawsOf(treeSeed(state.range(0) != 0));
+    const auto count = static_cast<size_t>(joints(effect.d->root));
+    std::vector<float> x(count);
+    std::vector<float> y(count);
+    std::vector<float> dx(count, 0.6f);
+    std::vector<float> dy(count, 0.8f);
+    const Instructions counted(
+        std::string("treeGrowthNumbers/worst:") + std::to_string(state.range(0)), state);
+    for (auto _ : state) {
+        size_t grown = 0;
+        int sum = 0;
+        for (int i = static_cast<int>(2 * count); i < draws; ++i) {
+            sum += qrand() % 2;
+        }
+        benchmark::DoNotOptimize(sum);
+        for (int step = 1; step <= 12; ++step) {
+            moveNumbers(x, y, dx, dy, grown);
+            // The tree about doubles at each step.
+            for (const size_t end = count >> (12 - step); grown < end; ++grown) {
+                const size_t parent = grown / 2;
+                const double r = (qrand() % 10000) / 10000.0;
+                const float angle = atan2f(dx[parent], -dy[parent]) - static_cast<float>(r);
+                const int length = qrand() % 20 + 3;
+                x[grown] = static_cast<float>(x[parent] + std::sin(angle) * length);
+                y[grown] = static_cast<float>(y[parent] - std::cos(angle) * length);
+                const double wide = double(x[grown]) - x[parent];
+                const double high = double(y[grown]) - y[parent];
+                const double distance = std::sqrt(wide * wide + high * high);
+                dx[grown] = static_cast<float>(wide / distance);
+                dy[grown] = static_cast<float>(high / distance);
+            }
+        }
+        benchmark::DoNotOptimize(x.data());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(treeGrowthNumbers)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 void treeMotion(benchmark::State& state)
 {
     RadialEffect effect;
     grow(effect, treeSeed(state.range(0) != 0));
+    const Instructions counted(std::string("treeMotion/worst:") + std::to_string(state.range(0)),
+                               state);
     for (auto _ : state) {
         effect.addBranches();
     }
-    state.counters["joints"] = joints(effect.d->root);
+    state.SetLabel(std::to_string(joints(effect.d->root)) + " joints");
 }
 BENCHMARK(treeMotion)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
-/// The motion of as many joints, in arrays.
+/// The motion of as many joints.
 void treeMotionNumbers(benchmark::State& state)
 {
     RadialEffect effect;
@@ -99,12 +222,10 @@ void treeMotionNumbers(benchmark::State& state)
     std::vector<float> y(count, 4.0f);
     std::vector<float> dx(count, 0.6f);
     std::vector<float> dy(count, 0.8f);
+    const Instructions counted(
+        std::string("treeMotionNumbers/worst:") + std::to_string(state.range(0)), state);
     for (auto _ : state) {
-        for (size_t i = 0; i < count; ++i) {
-            const double distance = std::sqrt(double(x[i]) * x[i] + double(y[i]) * y[i]);
-            y[i] = static_cast<float>(y[i] - dy[i] * 0.5 * distance * 0.01);
-            x[i] = static_cast<float>(x[i] - dx[i] * 0.5 * distance * 0.01);
-        }
+        moveNumbers(x, y, dx, dy, count);
         benchmark::DoNotOptimize(x.data());
         benchmark::ClobberMemory();
     }
@@ -119,12 +240,29 @@ void treeDrawing(benchmark::State& state)
     QPainter painter(&image);
     painter.translate(128, 128);
     painter.setPen(QPen(QBrush(Qt::darkYellow), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
+    const Instructions counted(std::string("treeDrawing/worst:") + std::to_string(state.range(0)),
+                               state);
     for (auto _ : state) {
         effect.render(painter);
     }
-    state.counters["joints"] = joints(effect.d->root);
+    state.SetLabel(std::to_string(joints(effect.d->root)) + " joints");
 }
 BENCHMARK(treeDrawing)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+void treeDrawingOnNothing(benchmark::State& state)
+{
+    RadialEffect effect;
+    grow(effect, treeSeed(state.range(0) != 0));
+    NoCanvas nothing;
+    QPainter painter(&nothing);
+    painter.translate(128, 128);
+    const Instructions counted(
+        std::string("treeDrawingOnNothing/worst:") + std::to_string(state.range(0)), state);
+    for (auto _ : state) {
+        effect.render(painter);
+    }
+}
+BENCHMARK(treeDrawingOnNothing)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 void zoomer(benchmark::State& state)
 {
@@ -132,6 +270,7 @@ void zoomer(benchmark::State& state)
     NZoomer effect;
     effect.init();
     int frame = 0;
+    const Instructions counted("zoomer", state);
     for (auto _ : state) {
         effect.renderFrame(&bitmap, frame++);
     }
@@ -145,6 +284,7 @@ void zoomerNumbers(benchmark::State& state)
     std::vector<std::uint32_t> to(256 * 256);
     const double c = std::cos(1.6 * M_PI / 180) / 1.05;
     const double s = std::sin(1.6 * M_PI / 180) / 1.03;
+    const Instructions counted("zoomerNumbers", state);
     for (auto _ : state) {
         for (int y = 0; y < 256; ++y) {
             int u = static_cast<int>((128 + c * (0 - 128) + s * (y - 128)) * 65536);
@@ -180,17 +320,149 @@ void lattice(benchmark::State& state)
     QPainter painter(&image);
     painter.translate(128, 128);
     int frame = 0;
+    const Instructions counted("lattice", state);
     for (auto _ : state) {
         effect.renderFrame(painter, frame++);
     }
 }
 BENCHMARK(lattice)->Unit(benchmark::kMicrosecond);
 
+void latticeOnNothing(benchmark::State& state)
+{
+    Wireframes effect;
+    NoCanvas nothing;
+    QPainter painter(&nothing);
+    painter.translate(128, 128);
+    int frame = 0;
+    const Instructions counted("latticeOnNothing", state);
+    for (auto _ : state) {
+        effect.renderFrame(painter, frame++);
+    }
+}
+BENCHMARK(latticeOnNothing)->Unit(benchmark::kMicrosecond);
+
+/// What the painter takes for being told a pen and a point 343 times.
+void latticePainter(benchmark::State& state)
+{
+    NoCanvas nothing;
+    QPainter painter(&nothing);
+    painter.translate(128, 128);
+    painter.setCompositionMode(QPainter::CompositionMode_Plus);
+    std::vector<QColor> colors;
+    for (int i = 0; i < 343; ++i) {
+        colors.emplace_back(i % 256, 255 - i % 256, i / 2, 7);
+    }
+    const Instructions counted("latticePainter", state);
+    for (auto _ : state) {
+        for (const QColor& color : colors) {
+            painter.setPen(QPen(QBrush(color), 18.0 + color.red() / 256.0, Qt::SolidLine,
+                                Qt::SquareCap, Qt::BevelJoin));
+            const QPointF position(color.red(), color.green());
+            painter.drawPoints(&position, 1);
+        }
+    }
+}
+BENCHMARK(latticePainter)->Unit(benchmark::kMicrosecond);
+
+struct Rgb
+{
+    int red, green, blue;
+};
+
+/// Darker by way of hue, saturation and value, as QColor has it: in 16 bits a channel, the hue in
+/// hundredths of a degree.
+Rgb darkerNumbers(Rgb color)
+{
+    const float r = static_cast<float>(color.red) / 255.0f;
+    const float g = static_cast<float>(color.green) / 255.0f;
+    const float b = static_cast<float>(color.blue) / 255.0f;
+    const float most = std::max({r, g, b});
+    const float spread = most - std::min({r, g, b});
+    int hue = 0;
+    if (spread > 0.0f) {
+        const float turn = most == r   ? (g - b) / spread
+                           : most == g ? 2.0f + (b - r) / spread
+                                       : 4.0f + (r - g) / spread;
+        hue = static_cast<int>((turn < 0.0f ? turn + 6.0f : turn) * 6000.0f + 0.5f);
+    }
+    const int saturation = most > 0.0f ? static_cast<int>(spread / most * 65535.0f + 0.5f) : 0;
+    const int value = static_cast<int>(most * 65535.0f + 0.5f) * 100 / 140;
+
+    const float h = static_cast<float>(hue) / 6000.0f;
+    const int sextant = static_cast<int>(h);
+    const float f = h - static_cast<float>(sextant);
+    const float s = static_cast<float>(saturation) / 65535.0f;
+    const float v = static_cast<float>(value) / 65535.0f;
+    const auto channel = [](float c) { return static_cast<int>(c * 65535.0f + 0.5f) >> 8; };
+    const int top = channel(v);
+    const int low = channel(v * (1.0f - s));
+    const int falling = channel(v * (1.0f - s * f));
+    const int rising = channel(v * (1.0f - s * (1.0f - f)));
+    switch (sextant) {
+    case 0:
+        return {top, rising, low};
+    case 1:
+        return {falling, top, low};
+    case 2:
+        return {low, top, rising};
+    case 3:
+        return {low, falling, top};
+    case 4:
+        return {rising, low, top};
+    default:
+        return {top, low, falling};
+    }
+}
+
+/// The places, widths and colours of the points.
+void latticeNumbers(benchmark::State& state)
+{
+    struct Point
+    {
+        float x, y, width;
+        Rgb color;
+    };
+    std::vector<Point> points(343);
+    int frame = 0;
+    const Instructions counted("latticeNumbers", state);
+    for (auto _ : state) {
+        const double theta = static_cast<float>(frame++ * 2) / 150.0f * 3.14f;
+        const float s = static_cast<float>(std::sin(theta));
+        const float c = static_cast<float>(std::cos(theta));
+        const float m[16] = {c, s, 0, 0, -s, c, 0, 0, 0, 0, 1, 0, s, c, 1, 1480};
+        Point* point = points.data();
+        for (int i = -3; i <= 3; ++i) {
+            double red = std::sin(theta + 0.5 * i) * 90.0;
+            for (int j = -3; j <= 3; ++j) {
+                double green = std::cos(theta + 0.5 * j) * 90.0;
+                for (int k = -3; k <= 3; ++k) {
+                    red = std::clamp(red + 50.0, 0.0, 255.0);
+                    green = std::clamp(green + 100.0, 0.0, 255.0);
+                    const double blue =
+                        std::clamp(std::sin(theta + 0.5 * k) * 90.0 + 130.0, 0.0, 255.0);
+                    const float x = 35.0f * i;
+                    const float y = 35.0f * j;
+                    const float z = 35.0f * k;
+                    const float w = m[12] * x + m[13] * y + m[14] * z + m[15];
+                    *point++ = {(m[0] * x + m[1] * y + m[2] * z + m[3]) / w,
+                                (m[4] * x + m[5] * y + m[6] * z + m[7]) / w, 500.0f / w * 35.0f,
+                                darkerNumbers({static_cast<int>(red), static_cast<int>(green),
+                                               static_cast<int>(blue)})};
+                }
+            }
+        }
+        benchmark::DoNotOptimize(points.data());
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(latticeNumbers)->Unit(benchmark::kMicrosecond);
+
 void noise(benchmark::State& state)
 {
     FrameBitmap bitmap;
     EffectBase effect;
     int frame = 0;
+    const Instructions counted("noise", state);
     for (auto _ : state) {
         effect.renderFrame(&bitmap, frame++);
     }
@@ -202,6 +474,7 @@ void noiseNumbers(benchmark::State& state)
 {
     std::minstd_rand random(1);
     std::vector<std::uint32_t> pixels(256 * 256);
+    const Instructions counted("noiseNumbers", state);
     for (auto _ : state) {
         for (std::uint32_t& pixel : pixels) {
             const float r = sinf(static_cast<float>(random()) * 0.00001f);
@@ -223,6 +496,7 @@ void script(benchmark::State& state)
     QWidget widget;
     DemoMain demo(&widget);
     demo.friends()->query();
+    const Instructions counted("script", state);
     for (auto _ : state) {
         benchmark::DoNotOptimize(DemoBuilder().build(demo));
     }
@@ -236,6 +510,7 @@ void shuffleNames(benchmark::State& state)
         labels.append(QString("Name%1 Family").arg(i));
     }
     fakecontacts::setLabels(labels);
+    const Instructions counted("shuffleNames", state);
     for (auto _ : state) {
         Friends friends;
         friends.query();

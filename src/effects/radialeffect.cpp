@@ -52,6 +52,7 @@ void Node::addBranches(int count, float spread)
     const float turn = randomTurn();
     // The fan is centred for two children only; a single one leans to the left.
     float childAngle = angle - 0.25 * turn * spread;
+    branches.reserve(count);
     for (int i = 0; i < count; ++i) {
         appendChild(*this, childAngle);
         childAngle += 0.5 * turn * spread;

@@ -126,6 +126,7 @@ private slots:
     void frozenBus();
     void desktopHasNoBattery();
     void levelAndPlugAreFollowed();
+    void whatIsNoLongerValidIsAskedFor();
     void contradictionIsWeird();
     void serviceRestarts();
     void serviceComesLate();
@@ -278,6 +279,23 @@ void PowerTest::levelAndPlugAreFollowed()
     QVERIFY(m_upower->setDisplay("IsPresent", false));
     QVERIFY(m_upower->setOnBattery(false));
     QVERIFY2(becomes(100, "wall power"), qPrintable(told()));
+}
+
+void PowerTest::whatIsNoLongerValidIsAskedFor()
+{
+    QVERIFY(m_upower->start());
+    QVERIFY(m_upower->setUpDisplay(2, 43.0));
+    QVERIFY(m_upower->setOnBattery(true));
+    QVERIFY(start());
+    const auto tell = [this](const QVariantMap& changed, const QStringList& invalidated) {
+        return m_upower->mock(DEVICES + "DisplayDevice", "EmitSignal",
+                              {PROPERTIES, "PropertiesChanged", "sa{sv}as",
+                               QVariantList{DEVICE, changed, invalidated}});
+    };
+    QVERIFY(tell({{"Percentage", 7.0}}, {}));
+    QVERIFY2(becomes(7, "battery"), qPrintable(told()));
+    QVERIFY(tell({}, {"Percentage"}));
+    QVERIFY2(becomes(43, "battery"), qPrintable(told()));
 }
 
 void PowerTest::contradictionIsWeird()
