@@ -1,9 +1,11 @@
 #include "app/mainwindow.h"
+#include "platform/silentservers.h"
 
 #include <QApplication>
 
 int main(int argc, char* argv[])
 {
+    platform::avoidSilentServers();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");
 

@@ -1,17 +1,13 @@
 #include "platform/busconnection.h"
 
+#include "platform/knock.h"
+
 #include <QByteArray>
 #include <QDBusArgument>
 #include <QFileInfo>
 #include <QList>
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
-
-#include <cstddef>
-#include <cstring>
 
 namespace platform {
 
@@ -30,39 +26,13 @@ QByteArray addressValue(const QByteArray& address, const QByteArray& key)
     return QByteArray();
 }
 
-/// Connects to a socket by its name, which begins with a NUL for one outside the file system.
-bool connectSocket(int socketFd, const QByteArray& name)
-{
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (name.isEmpty() || name.size() >= static_cast<int>(sizeof(address.sun_path))) {
-        return false;
-    }
-    std::memcpy(address.sun_path, name.constData(), static_cast<size_t>(name.size()));
-    const size_t length = offsetof(sockaddr_un, sun_path) + static_cast<size_t>(name.size()) +
-                          (name.at(0) == '\0' ? 0 : 1);
-    return ::connect(socketFd, reinterpret_cast<const sockaddr*>(&address),
-                     static_cast<socklen_t>(length)) == 0;
-}
-
-/// Knocks: says the first words of the bus protocol and waits for any answer to them.
-bool answers(int socketFd)
-{
-    const QByteArray user = QByteArray::number(::getuid()).toHex();
-    const QByteArray hello = QByteArray(1, '\0') + "AUTH EXTERNAL " + user + "\r\n";
-    if (::send(socketFd, hello.constData(), static_cast<size_t>(hello.size()), MSG_NOSIGNAL) !=
-        hello.size()) {
-        return false;
-    }
-    pollfd waiting = {socketFd, POLLIN, 0};
-    char answer = 0;
-    return ::poll(&waiting, 1, SIGN_OF_LIFE_MS) == 1 && ::recv(socketFd, &answer, 1, 0) == 1;
-}
-
 /// Whether a daemon lives behind one of the addresses. The bus library would wait 25 s for one
 /// that is frozen, and no call of it takes another limit.
 bool isAlive(const QByteArray& addresses)
 {
+    // The first words of the bus protocol.
+    const QByteArray user = QByteArray::number(::getuid()).toHex();
+    const QByteArray hello = QByteArray(1, '\0') + "AUTH EXTERNAL " + user + "\r\n";
     for (const QByteArray& address : addresses.split(';')) {
         if (address.isEmpty()) {
             continue;
@@ -75,13 +45,7 @@ bool isAlive(const QByteArray& addresses)
         if (!address.startsWith("unix:") || name.isEmpty()) {
             return true; // Not a kind that can be knocked at here.
         }
-        const int socketFd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-        if (socketFd < 0) {
-            return false;
-        }
-        const bool alive = connectSocket(socketFd, name) && answers(socketFd);
-        ::close(socketFd);
-        if (alive) {
+        if (knock(name, hello, SIGN_OF_LIFE_MS) == Life::Alive) {
             return true;
         }
     }
@@ -119,10 +83,15 @@ QDBusConnection systemBus()
     return alive ? QDBusConnection::systemBus() : noBus();
 }
 
-QDBusConnection sessionBus()
+bool sessionBusIsAlive()
 {
     static const bool alive = isAlive(sessionBusAddress());
-    return alive ? QDBusConnection::sessionBus() : noBus();
+    return alive;
+}
+
+QDBusConnection sessionBus()
+{
+    return sessionBusIsAlive() ? QDBusConnection::sessionBus() : noBus();
 }
 
 QDBusMessage managedObjectsCall(const QString& service, const QString& path)

@@ -15,6 +15,9 @@ namespace platform {
 QDBusConnection systemBus();
 QDBusConnection sessionBus();
 
+/// Whether there is a session's bus to connect to.
+bool sessionBusIsAlive();
+
 /// What an object manager tells of its objects: the properties by interface by path.
 using ManagedObjects = QMap<QDBusObjectPath, QMap<QString, QVariantMap>>;
 

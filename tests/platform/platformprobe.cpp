@@ -1,5 +1,6 @@
 // Makes use of the platform as the show does and tells what comes of it, one "word value" a line:
 //   platformprobe buses        looks for the buses
+//   platformprobe servers      avoids the silent ones
 //   platformprobe contacts     reads the address book
 //   platformprobe friends      has the show read its friends
 //   platformprobe power        watches battery and power; "ask" on standard input asks for both
@@ -12,6 +13,7 @@
 #include "platform/busconnection.h"
 #include "platform/qsystemdeviceinfo.h"
 #include "platform/qsystemscreensaver.h"
+#include "platform/silentservers.h"
 
 #include <QContact>
 #include <QContactDisplayLabel>
@@ -75,6 +77,17 @@ int buses()
     QElapsedTimer timer;
     timer.start();
     tell("session", platform::sessionBus().isConnected() ? 1 : 0);
+    tell("ms", timer.elapsed());
+    return 0;
+}
+
+int servers()
+{
+    QElapsedTimer timer;
+    timer.start();
+    platform::avoidSilentServers();
+    tell("bus", qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
+    tell("sound", qEnvironmentVariable("PULSE_SERVER"));
     tell("ms", timer.elapsed());
     return 0;
 }
@@ -183,6 +196,9 @@ int main(int argc, char* argv[])
     const QString what = application.arguments().value(1);
     if (what == "buses") {
         return buses();
+    }
+    if (what == "servers") {
+        return servers();
     }
     if (what == "contacts") {
         return contacts();
