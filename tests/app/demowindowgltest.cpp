@@ -123,15 +123,29 @@ void DemoWindowGlTest::deathFreesTheShowWithItsContext()
     auto window = std::make_unique<DemoWindow>();
     showExposed(*window);
     QVERIFY(glrecorder::livingBuffers() != buffers);
-    // Another surface has the context when the show's end comes.
+    // Another surface has the context when the show's end comes, and objects in it that are called
+    // by the same numbers: what is freed in the wrong context is freed of its.
     QGLWidget other;
     other.show();
     other.makeCurrent();
+    const GLuint last = 100;
+    for (GLuint name = 1; name <= last; ++name) {
+        glBindTexture(GL_TEXTURE_2D, name);
+        glBindBuffer(GL_ARRAY_BUFFER, name);
+    }
     glrecorder::start(glrecorder::Record);
     window.reset();
+    const QStringList calls = glrecorder::takeCalls();
     QCOMPARE(glrecorder::livingBuffers(), buffers);
     QCOMPARE(glrecorder::livingTextures(), textures);
     glrecorder::start(glrecorder::PassThrough);
+    QVERIFY(calls.filter("glDeleteBuffers").size() > 0);
+    QVERIFY(calls.filter("glDeleteTextures").size() > 0);
+    other.makeCurrent();
+    for (GLuint name = 1; name <= last; ++name) {
+        QVERIFY2(glIsTexture(name), qPrintable(QString("texture %1").arg(name)));
+        QVERIFY2(glIsBuffer(name), qPrintable(QString("buffer %1").arg(name)));
+    }
 }
 
 QTEST_MAIN(DemoWindowGlTest)

@@ -1,3 +1,6 @@
+#include "platform/fakeservice.h"
+#include "platform/privatebus.h"
+
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -16,6 +19,7 @@ private slots:
     void anyKeyAtAnyMomentEndsIt();
     void playsOnWithout_data();
     void playsOnWithout();
+    void screenSaverIsHeldOff();
     void deathOfTheScreenIsNoCrash();
     void readsNoArguments();
 
@@ -107,6 +111,27 @@ void ProgramGlTest::playsOnWithout()
     log += program.readAll();
     QVERIFY2(program.exitCode() == 0, log);
     QVERIFY2(log.contains(line.toUtf8()), log);
+}
+
+void ProgramGlTest::screenSaverIsHeldOff()
+{
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    FakeService saver(
+        bus.connection(), "org.freedesktop.ScreenSaver", [](const QDBusMessage& message) {
+            return message.member() == "Inhibit" ? message.createReply(QVariant::fromValue(77u))
+                                                 : message.createReply();
+        });
+    QProcess program;
+    QProcessEnvironment environment = quietEnvironment();
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    start(program, environment);
+    // By the name that a desktop would show to whoever asks why the screen stays on.
+    QTRY_COMPARE_WITH_TIMEOUT(saver.calls(), QStringList{"Inhibit pixmoth The show is playing"},
+                              15000);
+    QVERIFY(endByKey(program, "Escape"));
+    QTRY_COMPARE(saver.calls().mid(1), QStringList{"UnInhibit 77"});
+    QCOMPARE(program.exitCode(), 0);
 }
 
 void ProgramGlTest::deathOfTheScreenIsNoCrash()

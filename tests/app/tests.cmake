@@ -2,9 +2,9 @@
 pixmoth_add_test(app demowindowgltest fakecontacts fakedeviceinfo glrecorder
   RUNS contextBringsTheShow resizeSetsTheViewportOnly surfaceThatWasNotToldIsWoken
     everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext)
-pixmoth_add_test(app mainwindowgltest fakecontacts)
+pixmoth_add_test(app mainwindowgltest fakecontacts logcapture)
 target_include_directories(mainwindowgltest PRIVATE
   ${PROJECT_BINARY_DIR}/src/pixmoth-show_autogen/include)
-pixmoth_add_test(app programgltest)
+pixmoth_add_test(app programgltest fakeservice privatebus)
 target_compile_definitions(programgltest PRIVATE PIXMOTH_PROGRAM="$<TARGET_FILE:pixmoth>")
 add_dependencies(programgltest pixmoth)

@@ -5,7 +5,7 @@
 //   platformprobe friends      has the show read its friends
 //   platformprobe power        watches battery and power; "ask" on standard input asks for both
 //   platformprobe identity     reads the numbers of the modem
-//   platformprobe inhibit      holds the screen saver off
+//   platformprobe inhibit      holds the screen saver off; "ask" asks whether it is, "again" for it
 // Those of power and of the screen saver go on until standard input ends.
 
 #include "device/friends.h"
@@ -181,8 +181,13 @@ int inhibit()
     tell("asked", screenSaver.setScreenSaverInhibit() ? 1 : 0);
     tell("ms", timer.elapsed());
     tell("twice", screenSaver.setScreenSaverInhibit() ? 1 : 0);
-    Listener listener(
-        [&](const QByteArray&) { tell("inhibited", screenSaver.screenSaverInhibited() ? 1 : 0); });
+    Listener listener([&](const QByteArray& line) {
+        if (line == "again") {
+            tell("again", screenSaver.setScreenSaverInhibit() ? 1 : 0);
+        } else {
+            tell("inhibited", screenSaver.screenSaverInhibited() ? 1 : 0);
+        }
+    });
     return QCoreApplication::exec();
 }
 

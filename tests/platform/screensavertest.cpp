@@ -56,6 +56,8 @@ private slots:
     void portalSeesTheDeath();
     void neitherIsThere_data();
     void neitherIsThere();
+    void refusedByBothCanBeAskedAgain();
+    void grantedIsNotAskedAgain();
     void silentServiceIsNotWaitedFor();
     void noBus();
     void frozenBus();
@@ -218,6 +220,37 @@ void ScreenSaverTest::neitherIsThere()
     QCOMPARE(m_probe->answer("inhibited"), QString("0"));
     QVERIFY(m_probe->waitForEnd());
     QCOMPARE(m_probe->platformLog().size(), 1);
+}
+
+void ScreenSaverTest::refusedByBothCanBeAskedAgain()
+{
+    bool refusing = true;
+    FakeService service(m_bus->connection(), SCREEN_SAVER, [&](const QDBusMessage& message) {
+        return refusing ? refuse(message) : grantAs77(message);
+    });
+    QVERIFY(start());
+    QTRY_COMPARE(m_probe->platformLog().size(), 1);
+    refusing = false;
+    m_probe->say("again");
+    QCOMPARE(m_probe->answer("again"), QString("1"));
+    QVERIFY(becomesInhibited());
+    const QString call = "Inhibit pixmoth The show is playing";
+    QCOMPARE(service.calls(), QStringList({call, call}));
+    QVERIFY(m_probe->waitForEnd());
+    QCOMPARE(m_probe->platformLog().size(), 1);
+}
+
+void ScreenSaverTest::grantedIsNotAskedAgain()
+{
+    FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+    QVERIFY(start());
+    QVERIFY(becomesInhibited());
+    m_probe->say("again");
+    QCOMPARE(m_probe->answer("again"), QString("1"));
+    QVERIFY(becomesInhibited());
+    QVERIFY(m_probe->waitForEnd());
+    QTRY_COMPARE(service.calls().last(), QString("UnInhibit 77"));
+    QCOMPARE(service.calls().size(), 2);
 }
 
 void ScreenSaverTest::silentServiceIsNotWaitedFor()
