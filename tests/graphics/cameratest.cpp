@@ -3,6 +3,8 @@
 #include <QTest>
 
 #include <cmath>
+#include <cstring>
+#include <new>
 
 using graphics::Camera;
 
@@ -81,12 +83,20 @@ QMatrix4x4 viewOf(const Camera& camera)
 
 void CameraTest::startsAtZero()
 {
-    const Camera camera;
+    // In memory that was something else before.
+    alignas(Camera) unsigned char memory[sizeof(Camera)];
+    std::memset(memory, 0x47, sizeof memory); // Large numbers: 51015.28 each.
+    const Camera& camera = *new (memory) Camera;
     QCOMPARE(camera.position(), QVector3D());
     QCOMPARE(camera.target(), QVector3D());
     QCOMPARE(camera.up(), QVector3D());
     QCOMPARE(camera.displacementLookAt, QVector3D());
+    QCOMPARE(camera.aspectRatio(), 0.0f);
+    QCOMPARE(camera.nearPlane(), 0.0f);
+    QCOMPARE(camera.farPlane(), 0.0f);
+    QCOMPARE(camera.fov(), 0.0f);
     QCOMPARE(camera.zoom(), 0.0f);
+    camera.~Camera();
 }
 
 void CameraTest::keepsWhatIsSet()

@@ -220,6 +220,8 @@ private slots:
     void initFindsTheUniforms();
     void attributeLocations_data();
     void attributeLocations();
+    void attributeLocationsAreBound_data();
+    void attributeLocationsAreBound();
     void loadShaderSaysWhatItDoes();
     void loadShaderLinksAtTheFirstDraw();
     void loadShaderReplaces();
@@ -386,6 +388,23 @@ void RendererGlTest::attributeLocations()
     quad.render(m_renderer.get());
     const auto drawnWith = static_cast<GLuint>(current(GL_CURRENT_PROGRAM));
     QCOMPARE(glGetAttribLocation(drawnWith, attribute.toLatin1().constData()), location);
+}
+
+void RendererGlTest::attributeLocationsAreBound_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::newRow("default") << "default";
+    QTest::newRow("palette") << "palette";
+    QTest::newRow("user") << "user";
+}
+
+void RendererGlTest::attributeLocationsAreBound()
+{
+    QFETCH(QString, program);
+    const ChildEnd end =
+        runChild("locations of " + program, BROKEN_SHADERS "/broken-backwards.rcc");
+    QVERIFY(end.finished);
+    QVERIFY2(!end.crashed && end.exitCode == 0, qPrintable(end.lines.join("\n")));
 }
 
 void RendererGlTest::loadShaderSaysWhatItDoes()
@@ -1025,6 +1044,33 @@ static bool replaceShaders(const QString& set)
     return set.isEmpty() || QResource::registerResource(set);
 }
 
+/// 0 where the attributes of a program drawn with are where vertex buffers look for them, although
+/// its shader names them in another order, by which a driver likes to number them.
+static int findAttributes(Renderer& renderer, const QString& program)
+{
+    Quad quad(0xFFFFFFFF, -1, -1, 1, 1);
+    renderer.reset();
+    if (program == "palette") {
+        renderer.enableMatrixPalette(true);
+    } else if (program == "user") {
+        renderer.loadShader("look", VERTEX_FILE, FRAGMENT_FILE);
+        renderer.enableShader("look");
+    }
+    quad.render(&renderer);
+    const auto drawnWith = static_cast<GLuint>(current(GL_CURRENT_PROGRAM));
+    const int number = program == "palette" ? 5 : 3;
+    const char* const names[] = {"a_pos", "a_color", "a_tex0", "a_matrixWeights",
+                                 "a_matrixIndices"};
+    for (int i = 0; i < number; ++i) {
+        const int location = glGetAttribLocation(drawnWith, names[i]);
+        if (location != i) {
+            qWarning("%s is at %i", names[i], location);
+            return 4;
+        }
+    }
+    return 0;
+}
+
 /// What a child does, which is to die of it or to return 0.
 static int act(const QString& action, const QString& file)
 {
@@ -1036,11 +1082,15 @@ static int act(const QString& action, const QString& file)
         g_loadShader(file);
         return 0;
     }
-    if (action == "init" && !replaceShaders(file)) {
+    const bool locations = action.startsWith("locations of ");
+    if ((action == "init" || locations) && !replaceShaders(file)) {
         return 3;
     }
     Renderer renderer;
     renderer.init();
+    if (locations) {
+        return findAttributes(renderer, action.section(' ', -1));
+    }
     if (action == "user vertex") {
         renderer.loadShader("look", file, FRAGMENT_FILE);
     } else if (action == "user fragment") {

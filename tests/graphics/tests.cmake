@@ -17,14 +17,15 @@ pixmoth_add_test(graphics texturemanagertest glrecorder)
 pixmoth_add_test(graphics texturetest glrecorder)
 pixmoth_add_test(graphics vertexbuffertest glrecorder logcapture)
 
-# Sets of built-in shaders in which one does not compile, for renderergltest to put in place of
-# ours.
-foreach(set vertex palette fragment)
+# Sets of shaders for renderergltest to put in place of ours: three in which one does not compile,
+# and one in which the attributes stand in another order.
+foreach(set vertex palette fragment backwards)
   set(qrc ${CMAKE_CURRENT_SOURCE_DIR}/graphics/brokenshaders/${set}.qrc)
   set(rcc ${CMAKE_CURRENT_BINARY_DIR}/broken-${set}.rcc)
   add_custom_command(OUTPUT ${rcc}
     COMMAND Qt5::rcc --binary --output ${rcc} ${qrc}
     DEPENDS ${qrc} ${CMAKE_CURRENT_SOURCE_DIR}/graphics/brokenshaders/broken.glsl
+      ${CMAKE_CURRENT_SOURCE_DIR}/graphics/brokenshaders/backwards.glsl
     VERBATIM)
   target_sources(renderergltest PRIVATE ${rcc})
 endforeach()
