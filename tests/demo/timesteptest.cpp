@@ -32,7 +32,8 @@ private slots:
     void stepsAreClamped();
     void negativeTimeIsOneMillisecond();
     void clockSetBackIsAStall();
-    void jumpAfterNegativeTimeIsCutOff();
+    void jumpIsCutOff_data();
+    void jumpIsCutOff();
     void jumpUpWithinTheLimitIsKept();
     void frameAndTimeStep();
     void millisPerFrameIsTheWholeRun();
@@ -96,18 +97,34 @@ void TimeStepTest::clockSetBackIsAStall()
     QCOMPARE(timeStep.stepMillis, 200);
 }
 
-void TimeStepTest::jumpAfterNegativeTimeIsCutOff()
+void TimeStepTest::jumpIsCutOff_data()
 {
+    QTest::addColumn<int>("previous");
+    QTest::addColumn<int>("measured");
+    QTest::addColumn<int>("step");
+    QTest::newRow("200 down is kept") << 300 << 100 << 100;
+    QTest::newRow("201 down") << 301 << 100 << 200;
+    QTest::newRow("200 up is kept") << -100 << 100 << 100;
+    QTest::newRow("201 up") << -101 << 100 << 200;
+    // Time that runs backwards is one millisecond, which is what is compared.
+    QTest::newRow("200 down to negative time") << 201 << -5 << 1;
+    QTest::newRow("201 down to negative time") << 202 << -5 << 200;
+}
+
+void TimeStepTest::jumpIsCutOff()
+{
+    QFETCH(int, previous);
+    QFETCH(int, measured);
+    QFETCH(int, step);
     TimeStep timeStep(0);
-    testclock::advance(200);
-    timeStep.updateTimeStep();
-    reading = -1;
+    // No run of steps leads there: each is cut off before it could be that far from the next.
+    timeStep.stepMillis = previous;
+    testclock::advance(77);
+    reading = measured;
     timeStep.updateTimeStep();
     reading.reset();
-    // The step of 1 is within 200 of the one before it, and of the one after.
-    testclock::advance(200);
-    timeStep.updateTimeStep();
-    QCOMPARE(timeStep.stepMillis, 200);
+    QCOMPARE(timeStep.stepMillis, step);
+    QCOMPARE(timeStep.stepClock.elapsed(), 0);
 }
 
 void TimeStepTest::jumpUpWithinTheLimitIsKept()
