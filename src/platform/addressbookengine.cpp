@@ -24,17 +24,11 @@ const int BUDGET_MS = 900;
 /// What a server may take where there are folders to read in its place.
 const int SERVER_BUDGET_MS = 600;
 
-void readServer(VCardReader& reader, const QDeadlineTimer& deadline)
+QString readServer(VCardReader& reader, const QDeadlineTimer& deadline)
 {
     const QDBusConnection bus = sessionBus();
-    if (!bus.isConnected()) {
-        qCInfo(lcPlatform, "No session bus: no address book server");
-        return;
-    }
-    EvolutionBooks books(bus);
-    if (books.isInstalled(deadline)) {
-        books.read(reader, deadline);
-    }
+    return bus.isConnected() ? EvolutionBooks(bus).read(reader, deadline)
+                             : QString("no session bus to ask for address books");
 }
 
 } // namespace
@@ -111,15 +105,23 @@ void AddressBookEngine::readOnce() const
     const QDeadlineTimer deadline(BUDGET_MS, Qt::PreciseTimer);
     const VCardFolders folders;
     VCardReader reader(deadline);
-    readServer(reader,
-               folders.exist() ? QDeadlineTimer(SERVER_BUDGET_MS, Qt::PreciseTimer) : deadline);
+    QStringList troubles = {readServer(
+        reader, folders.exist() ? QDeadlineTimer(SERVER_BUDGET_MS, Qt::PreciseTimer) : deadline)};
     if (reader.labels().isEmpty() && folders.exist()) {
-        folders.read(reader, deadline);
-        reader.finish();
+        troubles.append(folders.read(reader, deadline));
     }
     if (reader.wasCutShort()) {
-        qCWarning(lcPlatform, "The address book is large or slow: %i names in %i ms, not all",
-                  static_cast<int>(reader.labels().size()), BUDGET_MS);
+        troubles.append(
+            QString("the address book is large or slow: %1 names in %2 ms")
+                .arg(QString::number(reader.labels().size()), QString::number(BUDGET_MS)));
+    }
+    troubles.removeAll(QString());
+    const QString told = troubles.join("; ");
+    if (reader.labels().isEmpty()) {
+        qCWarning(lcPlatform, "No contacts: %s",
+                  told.isEmpty() ? "the address book is empty" : qUtf8Printable(told));
+    } else if (!told.isEmpty()) {
+        qCWarning(lcPlatform, "Not all contacts: %s", qUtf8Printable(told));
     }
     for (const QString& text : reader.labels()) {
         QContact contact;

@@ -1,7 +1,6 @@
 #include "platform/evolutionbooks.h"
 
 #include "platform/busconnection.h"
-#include "platform/servicelog.h"
 #include "platform/vcardreader.h"
 
 #include <QDBusMessage>
@@ -97,7 +96,17 @@ int remainingMs(const QDeadlineTimer& deadline)
 
 EvolutionBooks::EvolutionBooks(const QDBusConnection& sessionBus) : bus(sessionBus) {}
 
-bool EvolutionBooks::isInstalled(const QDeadlineTimer& deadline)
+QString EvolutionBooks::read(VCardReader& reader, const QDeadlineTimer& deadline)
+{
+    findServer(deadline);
+    if (!sourcesService.isEmpty() && !bookService.isEmpty()) {
+        readBooks(bookUids(deadline), reader, deadline);
+    }
+    return trouble;
+}
+
+/// Leaves the names of the services empty where the bus knows no such server.
+void EvolutionBooks::findServer(const QDeadlineTimer& deadline)
 {
     QStringList names;
     for (const char* method : {"ListActivatableNames", "ListNames"}) {
@@ -106,15 +115,13 @@ bool EvolutionBooks::isInstalled(const QDeadlineTimer& deadline)
         const QDBusPendingReply<QStringList> reply = QDBusPendingCall::fromCompletedCall(
             bus.call(call, QDBus::Block, remainingMs(deadline)));
         if (reply.isError()) {
-            qCWarning(lcPlatform, "The session bus does not tell its names (%s)",
-                      qUtf8Printable(reply.error().message()));
-            return false;
+            trouble = "the session bus does not tell its names (" + reply.error().message() + ")";
+            return;
         }
         names += reply.value();
     }
     sourcesService = newest(names, "Sources");
     bookService = newest(names, "AddressBook");
-    return !sourcesService.isEmpty() && !bookService.isEmpty();
 }
 
 QStringList EvolutionBooks::bookUids(const QDeadlineTimer& deadline)
@@ -122,8 +129,8 @@ QStringList EvolutionBooks::bookUids(const QDeadlineTimer& deadline)
     const QDBusMessage answer = bus.call(managedObjectsCall(sourcesService, ROOT + "SourceManager"),
                                          QDBus::Block, remainingMs(deadline));
     if (answer.type() == QDBusMessage::ErrorMessage) {
-        qCWarning(lcPlatform, "The address books are not told by %s (%s)",
-                  qUtf8Printable(sourcesService), qUtf8Printable(answer.errorMessage()));
+        trouble =
+            sourcesService + " does not tell its address books (" + answer.errorMessage() + ")";
         return QStringList();
     }
     QHash<QString, Source> sources;
@@ -148,10 +155,11 @@ QStringList EvolutionBooks::bookUids(const QDeadlineTimer& deadline)
     return uids;
 }
 
-void EvolutionBooks::read(VCardReader& reader, const QDeadlineTimer& deadline)
+void EvolutionBooks::readBooks(const QStringList& uids, VCardReader& reader,
+                               const QDeadlineTimer& deadline)
 {
     std::vector<Book> books;
-    for (const QString& uid : bookUids(deadline)) {
+    for (const QString& uid : uids) {
         QDBusMessage call =
             QDBusMessage::createMethodCall(bookService, ROOT + "AddressBookFactory",
                                            PREFIX + "AddressBookFactory", "OpenAddressBook");
@@ -185,8 +193,8 @@ void EvolutionBooks::read(VCardReader& reader, const QDeadlineTimer& deadline)
         }
     }
     if (silent > 0) {
-        qCWarning(lcPlatform, "%i of %i address books cannot be read (%s)", silent,
-                  static_cast<int>(books.size()), qUtf8Printable(problem));
+        trouble = QString("%1 of %2 address books cannot be read (%3)")
+                      .arg(QString::number(silent), QString::number(books.size()), problem);
     }
 }
 
@@ -232,7 +240,6 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
             for (const QString& card : list.value()) {
                 reader.add(card.toUtf8());
             }
-            reader.finish();
         }
         book.stage = Book::Done;
         Q_FALLTHROUGH();

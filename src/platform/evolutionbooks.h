@@ -23,12 +23,10 @@ public:
     /// For a connected session bus. Asks nothing yet.
     explicit EvolutionBooks(const QDBusConnection& sessionBus);
 
-    /// True when the bus knows such a server. Waits for the bus until `deadline` at most.
-    bool isInstalled(const QDeadlineTimer& deadline);
-
     /// Gives the vCards of all books that answer until `deadline` to `reader`, each book's as they
-    /// come. The log says so when a book did not. Call it when isInstalled(), once.
-    void read(VCardReader& reader, const QDeadlineTimer& deadline);
+    /// come. The answer says what could not be read; it is empty where all went well, also where
+    /// there is no such server. Call it once.
+    QString read(VCardReader& reader, const QDeadlineTimer& deadline);
 
 private:
     /// A book on its way: opened at the factory, opened itself, read.
@@ -43,12 +41,15 @@ private:
         QString problem;
     };
 
+    void findServer(const QDeadlineTimer& deadline);
     QStringList bookUids(const QDeadlineTimer& deadline);
+    void readBooks(const QStringList& uids, VCardReader& reader, const QDeadlineTimer& deadline);
     void advance(Book& book, VCardReader& reader, const QDeadlineTimer& deadline);
 
     QDBusConnection bus;
     QString sourcesService;
     QString bookService;
+    QString trouble; ///< What read() answers.
 };
 
 } // namespace platform

@@ -1,5 +1,7 @@
 #include "platform/servicelog.h"
 
+#include "platform/addressbookengine.h"
+
 #include <QDir>
 #include <QFileInfo>
 #include <QMediaPlayer>
@@ -38,8 +40,10 @@ void reportStartFailure(QProcess* process)
 
 void reportNoContacts(const QString& backEnd, int error)
 {
-    qCWarning(lcPlatform, "No contacts: the store \"%s\" gave no name (error %i)",
-              qUtf8Printable(backEnd), error);
+    if (backEnd != AddressBookEngine::name()) {
+        qCWarning(lcPlatform, "No contacts: the store \"%s\" gave no name (error %i)",
+                  qUtf8Printable(backEnd), error);
+    }
 }
 
 void reportMissingSound()

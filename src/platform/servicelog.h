@@ -20,6 +20,7 @@ void reportPlaybackErrors(QMediaPlayer* player);
 void reportStartFailure(QProcess* process);
 
 /// Tells that the address book gave no name; `error` is the store's own number, 0 for an empty one.
+/// Of our own store nothing is told: it knows better why, and has said so.
 void reportNoContacts(const QString& backEnd, int error);
 
 /// Tells when the machine has neither a sound card nor a sound server to play on. A look at files

@@ -1,6 +1,5 @@
 #include "platform/vcardfolders.h"
 
-#include "platform/servicelog.h"
 #include "platform/vcardreader.h"
 
 #include <QDir>
@@ -32,16 +31,28 @@ bool VCardFolders::exist() const
     return !folders.isEmpty();
 }
 
-void VCardFolders::read(VCardReader& reader, const QDeadlineTimer& deadline) const
+QString VCardFolders::read(VCardReader& reader, const QDeadlineTimer& deadline) const
 {
+    bool hadTime = true;
     QStringList paths;
     for (const QString& folder : folders) {
-        // Links to folders are not followed, so there is no going in circles; and pipes and
-        // devices, which could be read for ever, are no files here.
-        QDirIterator files(folder, {"*.vcf", "*.vcard"}, QDir::Files | QDir::Readable,
-                           QDirIterator::Subdirectories);
-        while (files.hasNext() && !deadline.hasExpired()) {
-            paths.append(files.next());
+        // Links to folders are not followed, so there is no going in circles. Every entry is seen
+        // here, so that the time is looked at also where there are many and none is a card.
+        QDirIterator entries(folder, QDir::AllEntries | QDir::NoDotAndDotDot,
+                             QDirIterator::Subdirectories);
+        while (entries.hasNext()) {
+            if (deadline.hasExpired()) {
+                hadTime = false;
+                break;
+            }
+            const QString path = entries.next();
+            const QFileInfo entry = entries.fileInfo();
+            const QString kind = entry.suffix().toLower();
+            // Pipes and devices could be read for ever, and so could the system's own files, which
+            // claim to be empty.
+            if ((kind == "vcf" || kind == "vcard") && entry.isFile() && entry.size() > 0) {
+                paths.append(path);
+            }
         }
     }
     paths.sort();
@@ -49,8 +60,7 @@ void VCardFolders::read(VCardReader& reader, const QDeadlineTimer& deadline) con
     int passedOver = 0;
     for (const QString& path : qAsConst(paths)) {
         if (deadline.hasExpired()) {
-            qCWarning(lcPlatform, "No time to read all of the %i vCard files",
-                      static_cast<int>(paths.size()));
+            hadTime = false;
             break;
         }
         QFile file(path);
@@ -60,9 +70,12 @@ void VCardFolders::read(VCardReader& reader, const QDeadlineTimer& deadline) con
         }
         reader.add(file.read(LARGEST_FILE));
     }
-    if (passedOver > 0) {
-        qCWarning(lcPlatform, "%i vCard files are too large or cannot be read", passedOver);
+    if (!hadTime) {
+        return QString("no time to read all vCard files");
     }
+    return passedOver == 0
+               ? QString()
+               : QString("%1 vCard files are too large or cannot be read").arg(passedOver);
 }
 
 } // namespace platform

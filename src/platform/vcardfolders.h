@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDeadlineTimer>
+#include <QString>
 #include <QStringList>
 
 namespace platform {
@@ -19,8 +20,9 @@ public:
     bool exist() const;
 
     /// Gives the files to `reader`, in the order of their names, until `deadline`. Files beyond
-    /// 8 MiB and such as cannot be read are passed over; one line in the log counts them.
-    void read(VCardReader& reader, const QDeadlineTimer& deadline) const;
+    /// 8 MiB and such as cannot be read are passed over; the answer says so, or that time ran out.
+    /// It is empty where all went well.
+    QString read(VCardReader& reader, const QDeadlineTimer& deadline) const;
 
 private:
     QStringList folders;

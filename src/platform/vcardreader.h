@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QByteArrayList>
 #include <QDeadlineTimer>
 #include <QStringList>
 
@@ -10,19 +9,18 @@ namespace platform {
 /// Takes the display labels out of vCards (2.1, 3.0, 4.0), one for each card: its full name, else
 /// its given, middle and family name, else its nickname, organisation or e-mail address.
 ///
-/// Of a card nothing else is read. Cards of groups, and those that have none of these, give no
-/// label; neither does garbage. A label holds no control characters and 100 characters at most.
+/// Of a card nothing else is read. Cards of groups give no label, and neither does garbage. Nor do
+/// cards that have none of these, or nothing visible in them: the show would ask who nobody is.
+/// Labels are as visibleName() makes them.
 class VCardReader
 {
 public:
     /// Reading ends, where need be within a text, when the time `until` is over.
     explicit VCardReader(const QDeadlineTimer& until);
 
-    /// Takes any number of cards, whole ones, in UTF-8 or what else the text says of itself.
+    /// Takes any number of cards, whole ones, with line ends of any kind; in UTF-16 where the text
+    /// begins with its mark, otherwise each line in the encoding that it has.
     void add(const QByteArray& text);
-
-    /// Reads the cards that add() has kept back to read many at a time. Call it after the last one.
-    void finish();
 
     /// The labels so far, in the order of their cards.
     const QStringList& labels() const;
@@ -31,10 +29,7 @@ public:
     bool wasCutShort() const;
 
 private:
-    void readWaiting();
-
     QDeadlineTimer deadline;
-    QByteArrayList waiting; ///< Cards reduced to what a label is made of.
     QStringList read;
     bool cutShort = false;
 };

@@ -79,6 +79,9 @@ const QByteArray PIECES[] = {"Anna",
                              "\xe2\x80\xae",
                              "\xe2\x80\x8b",
                              "\xe2\x80\xa8",
+                             "\xe2\x81\xa6",
+                             "\xe3\x85\xa4",
+                             "\xef\xb8\x8f",
                              "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
                              "\xd8\xb3\xd9\x84\xd8\xa7\xd9\x85",
                              "\xe5\xbc\xa0\xe4\xbc\x9f",
@@ -200,7 +203,10 @@ bool isHarmless(const QString& name)
         const bool whole = c.isHighSurrogate()
                                ? i + 1 < name.size() && name.at(i + 1).isLowSurrogate()
                                : !c.isLowSurrogate() || (i > 0 && name.at(i - 1).isHighSurrogate());
-        if (c.category() == QChar::Other_Control || !whole) {
+        // Joiners are part of what they join; any other sign of format may turn the line around.
+        const bool isFormat =
+            c.category() == QChar::Other_Format && c != QChar(0x200c) && c != QChar(0x200d);
+        if (c.category() == QChar::Other_Control || isFormat || !whole) {
             return false;
         }
     }

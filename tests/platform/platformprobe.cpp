@@ -29,6 +29,7 @@
 
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <unistd.h>
 
 QTCONTACTS_USE_NAMESPACE
@@ -72,6 +73,22 @@ private:
     QSocketNotifier notifier;
 };
 
+/// Counts the rounds of the event loop.
+class LoopCounter
+{
+public:
+    LoopCounter()
+    {
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] { rounds += 1; });
+        timer.start(0);
+    }
+
+    int rounds = 0;
+
+private:
+    QTimer timer;
+};
+
 int buses()
 {
     QElapsedTimer timer;
@@ -94,6 +111,7 @@ int servers()
 
 int contacts()
 {
+    const LoopCounter loops;
     QElapsedTimer timer;
     timer.start();
     QContactManager manager{QString()};
@@ -104,6 +122,7 @@ int contacts()
         labels.append(contact.detail<QContactDisplayLabel>().label());
     }
     tell("ms", timer.elapsed());
+    tell("loops", loops.rounds);
     tell("manager", manager.managerName());
     tell("error", manager.error());
     for (int i = 0; i < qMin(labels.size(), 30); ++i) {
@@ -144,10 +163,13 @@ int friends()
 
 int power()
 {
+    auto loops = std::make_unique<LoopCounter>();
     QElapsedTimer timer;
     timer.start();
     SystemState state;
     tell("ms", timer.elapsed());
+    tell("loops", loops->rounds);
+    loops.reset();
     const auto tellBoth = [&state] {
         tell("level", state.batteryLevel());
         tell("power", state.powerState());
@@ -160,12 +182,14 @@ int power()
 
 int identity()
 {
-    QtMobility::QSystemDeviceInfo info;
+    const LoopCounter loops;
     QElapsedTimer timer;
     timer.start();
+    QtMobility::QSystemDeviceInfo info;
     tell("imei", "<" + info.imei() + ">");
     tell("imsi", "<" + info.imsi() + ">");
     tell("ms", timer.elapsed());
+    tell("loops", loops.rounds);
     timer.restart();
     info.imei();
     info.imsi();

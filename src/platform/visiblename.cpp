@@ -1,0 +1,66 @@
+#include "platform/visiblename.h"
+
+#include <QVector>
+
+namespace platform {
+
+namespace {
+
+/// Long enough for any name, and short enough to be spoken and written on the screen.
+const int LONGEST = 100;
+
+bool isWithin(uint sign, uint first, uint last)
+{
+    return sign >= first && sign <= last;
+}
+
+/// Has no picture of its own, but changes that of the sign before it.
+bool isShaping(uint sign)
+{
+    return isWithin(sign, 0x200c, 0x200d) || isWithin(sign, 0xfe00, 0xfe0f) ||
+           isWithin(sign, 0xe0100, 0xe01ef) || isWithin(sign, 0x180b, 0x180d);
+}
+
+/// Has no picture at all: a sign of format, a filler, the empty Braille pattern.
+bool isInvisible(uint sign)
+{
+    switch (sign) {
+    case 0x034f:
+    case 0x115f:
+    case 0x1160:
+    case 0x17b4:
+    case 0x17b5:
+    case 0x2800:
+    case 0x3164:
+    case 0xffa0:
+        return true;
+    default:
+        return QChar::category(sign) == QChar::Other_Format;
+    }
+}
+
+} // namespace
+
+QString visibleName(const QString& text)
+{
+    QString name;
+    bool followsASign = false;
+    for (const uint sign : text.left(8 * LONGEST).toUcs4()) {
+        const bool isBlank = QChar::isSpace(sign) || QChar::category(sign) == QChar::Other_Control;
+        if (isBlank) {
+            name += ' ';
+        } else if (isShaping(sign) ? followsASign : !isInvisible(sign)) {
+            name += QString::fromUcs4(&sign, 1);
+        } else {
+            continue;
+        }
+        followsASign = !isBlank;
+    }
+    name = name.simplified().left(LONGEST);
+    if (name.endsWith(' ') || (!name.isEmpty() && name.at(name.size() - 1).isHighSurrogate())) {
+        name.chop(1);
+    }
+    return name;
+}
+
+} // namespace platform
