@@ -1,7 +1,5 @@
 #pragma once
 
-#include <QMap>
-#include <QString>
 #include <QVariantMap>
 
 #include <optional>
@@ -10,20 +8,20 @@ namespace platform {
 
 /// What UPower's properties mean: a battery level and a power state. It only reckons; the
 /// properties come from UPowerClient.
+///
+/// What is told in part tells nothing: until it is clear whether there is a battery, and what it
+/// does, level and power stay what they were.
 class PowerModel
 {
 public:
     /// As QSystemDeviceInfo counts them.
     enum Power { Unknown = 0, OnBattery = 1, OnWall = 2, OnWallCharging = 3, Contradictory = 4 };
 
-    PowerModel();
-
-    /// Takes over what is told of the manager or of the device at `path`; `changed` may hold a part
-    /// of the properties only. Values of a wrong type count as not told.
+    /// Takes over what is told of the manager, or of the device that stands for all batteries;
+    /// `changed` may hold a part of the properties only. Values of a wrong type count as not told.
     void setManager(const QVariantMap& changed);
-    void setDevice(const QString& path, const QVariantMap& changed);
-    void removeDevice(const QString& path);
-    /// Nothing is known any more, but the level.
+    void setBattery(const QVariantMap& changed);
+    /// Nobody tells anything any more: nothing is known but the level.
     void forget();
 
     /// Percent, 0..100. 100 before anything is known and on a machine without a battery; the last
@@ -37,9 +35,6 @@ public:
     /// battery; and a state that is none of UPower's (0..6).
     Power power() const;
 
-    /// Where the device that stands for all batteries is; without it they are summed up here.
-    static const char DISPLAY_DEVICE[];
-
 private:
     /// UPower's numbers.
     enum State : unsigned int {
@@ -52,21 +47,14 @@ private:
         PendingDischarge = 6
     };
 
-    /// One battery, or all of them together.
-    struct Battery
-    {
-        bool present = false;
-        unsigned int state = StateUnknown;
-        std::optional<double> percentage;
-    };
-
-    std::optional<Battery> battery() const;
-    Battery sumOfBatteries() const;
+    Power supply() const;
     void updateLevel();
 
     std::optional<bool> onBattery;
-    QMap<QString, QVariantMap> devices;
-    int lastLevel;
+    std::optional<bool> present;
+    std::optional<unsigned int> state;
+    std::optional<double> percentage;
+    int lastLevel = 100;
 };
 
 } // namespace platform

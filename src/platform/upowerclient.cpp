@@ -3,12 +3,10 @@
 #include "platform/busconnection.h"
 #include "platform/servicelog.h"
 
-#include <QDBusError>
-#include <QDBusObjectPath>
-#include <QDBusPendingCallWatcher>
+#include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
-#include <QThread>
+#include <QDeadlineTimer>
 
 namespace platform {
 
@@ -16,20 +14,28 @@ namespace {
 
 const QString UPOWER("org.freedesktop.UPower");
 const QString MANAGER_PATH("/org/freedesktop/UPower");
-const QString DEVICES_FOLDER("/org/freedesktop/UPower/devices/");
 const QString MANAGER("org.freedesktop.UPower");
-const QString DEVICE("org.freedesktop.UPower.Device");
 const QString PROPERTIES("org.freedesktop.DBus.Properties");
+
+/// The device that stands for all batteries.
+const QString BATTERY_PATH("/org/freedesktop/UPower/devices/DisplayDevice");
+const QString DEVICE("org.freedesktop.UPower.Device");
 
 const int FIRST_ANSWERS_MS = 200;
 
 /// How long an answer may be under way. A machine that boots is slow to start its services.
 const int LATE_ANSWER_MS = 25000;
 
+QDBusMessage question(const QString& path, const QString& interface)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(UPOWER, path, PROPERTIES, "GetAll");
+    call << interface;
+    return call;
+}
+
 } // namespace
 
-UPowerClient::UPowerClient(QObject* parent)
-    : QObject(parent), bus(systemBus()), toldLevel(model.level()), hasMissed(false)
+UPowerClient::UPowerClient(QObject* parent) : QObject(parent), bus(systemBus())
 {
     if (!bus.isConnected()) {
         qCWarning(lcPlatform, "No system bus: battery and power are unknown");
@@ -38,23 +44,11 @@ UPowerClient::UPowerClient(QObject* parent)
     auto* watcher =
         new QDBusServiceWatcher(UPOWER, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &UPowerClient::ownerChanged);
-
-    bus.connect(UPOWER, QString(), PROPERTIES, "PropertiesChanged", this,
-                SLOT(propertiesChanged(QString, QVariantMap, QStringList, QDBusMessage)));
-    bus.connect(UPOWER, MANAGER_PATH, MANAGER, "DeviceAdded", this, SLOT(refresh()));
-    bus.connect(UPOWER, MANAGER_PATH, MANAGER, "DeviceRemoved", this,
-                SLOT(deviceRemoved(QDBusMessage)));
-    // Releases before 0.99 told changes in these ways.
-    bus.connect(UPOWER, MANAGER_PATH, MANAGER, "DeviceChanged", this, SLOT(refresh()));
-    bus.connect(UPOWER, MANAGER_PATH, MANAGER, "Changed", this, SLOT(refresh()));
-
-    refresh();
-    awaitAnswers(QDeadlineTimer(FIRST_ANSWERS_MS, Qt::PreciseTimer));
-    if (!underWay.isEmpty()) {
-        hasMissed = true;
-        qCWarning(lcPlatform, "UPower is slow to answer: going on without it");
-    }
-    toldLevel = model.level();
+    bus.connect(UPOWER, MANAGER_PATH, PROPERTIES, "PropertiesChanged", this,
+                SLOT(managerChanged(QString, QVariantMap, QStringList)));
+    bus.connect(UPOWER, BATTERY_PATH, PROPERTIES, "PropertiesChanged", this,
+                SLOT(batteryChanged(QString, QVariantMap, QStringList)));
+    askAtOnce();
 }
 
 UPowerClient::~UPowerClient() = default;
@@ -71,136 +65,81 @@ PowerModel::Power UPowerClient::power() const
 
 void UPowerClient::ownerChanged(const QString&, const QString&, const QString& now)
 {
-    // Whoever owns the name now may know of other devices.
-    model.forget();
     if (now.isEmpty()) {
+        model.forget();
         qCWarning(lcPlatform, "UPower is gone: the power is unknown until it is back");
     } else {
-        refresh();
+        ask();
     }
 }
 
-void UPowerClient::propertiesChanged(const QString&, const QVariantMap& changed,
-                                     const QStringList& invalidated, const QDBusMessage& message)
+void UPowerClient::managerChanged(const QString&, const QVariantMap& changed,
+                                  const QStringList& invalidated)
 {
-    take(message.path(), changed);
+    takeManager(changed);
     if (!invalidated.isEmpty()) {
-        refresh();
+        ask();
     }
 }
 
-void UPowerClient::deviceRemoved(const QDBusMessage& message)
+void UPowerClient::batteryChanged(const QString&, const QVariantMap& changed,
+                                  const QStringList& invalidated)
 {
-    const QVariant path = message.arguments().value(0);
-    model.removeDevice(path.canConvert<QDBusObjectPath>() ? path.value<QDBusObjectPath>().path()
-                                                          : path.toString());
-    tellLevel();
-}
-
-void UPowerClient::refresh()
-{
-    askProperties(MANAGER_PATH, MANAGER);
-    askProperties(PowerModel::DISPLAY_DEVICE, DEVICE);
-}
-
-void UPowerClient::askProperties(const QString& path, const QString& interface)
-{
-    QDBusMessage call = QDBusMessage::createMethodCall(UPOWER, path, PROPERTIES, "GetAll");
-    call << interface;
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, LATE_ANSWER_MS), this);
-    connect(
-        watcher, &QDBusPendingCallWatcher::finished, this,
-        [this, path](QDBusPendingCallWatcher* answered) { propertiesAnswered(path, answered); });
-    track(watcher);
-}
-
-void UPowerClient::askDevices()
-{
-    const QDBusMessage call =
-        QDBusMessage::createMethodCall(UPOWER, MANAGER_PATH, MANAGER, "EnumerateDevices");
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, LATE_ANSWER_MS), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, &UPowerClient::devicesAnswered);
-    track(watcher);
-}
-
-void UPowerClient::propertiesAnswered(const QString& path, QDBusPendingCallWatcher* watcher)
-{
-    untrack(watcher);
-    const QDBusPendingReply<QVariantMap> reply = *watcher;
-    if (!reply.isError() && !reply.value().isEmpty()) {
-        take(path, reply.value());
-        return;
-    }
-    if (reply.error().type() == QDBusError::ServiceUnknown ||
-        reply.error().type() == QDBusError::NoReply) {
-        if (!hasMissed) {
-            hasMissed = true;
-            qCWarning(lcPlatform, "No UPower: battery and power are unknown (%s)",
-                      qUtf8Printable(reply.error().message()));
-        }
-    } else if (path == PowerModel::DISPLAY_DEVICE) {
-        askDevices();
+    takeBattery(changed);
+    if (!invalidated.isEmpty()) {
+        ask();
     }
 }
 
-void UPowerClient::devicesAnswered(QDBusPendingCallWatcher* watcher)
+void UPowerClient::takeManager(const QVariantMap& properties)
 {
-    untrack(watcher);
-    const QDBusPendingReply<QList<QDBusObjectPath>> reply = *watcher;
-    if (reply.isError()) {
-        qCWarning(lcPlatform, "UPower does not tell its devices (%s)",
-                  qUtf8Printable(reply.error().message()));
-        return;
-    }
-    for (const QDBusObjectPath& device : reply.value()) {
-        askProperties(device.path(), DEVICE);
-    }
+    model.setManager(properties);
 }
 
-/// Takes what comes until nothing is under way. The event loop is not run for it: nothing else may
-/// happen while the show is built.
-void UPowerClient::awaitAnswers(const QDeadlineTimer& deadline)
+void UPowerClient::takeBattery(const QVariantMap& properties)
 {
-    while (!underWay.isEmpty() && !deadline.hasExpired()) {
-        const QList<QDBusPendingCallWatcher*> watchers = underWay;
-        for (QDBusPendingCallWatcher* watcher : watchers) {
-            if (watcher->isFinished()) {
-                watcher->waitForFinished(); // Waits no more, and lets it tell.
-            }
-        }
-        if (!underWay.isEmpty()) {
-            QThread::msleep(1);
-        }
+    const int before = model.level();
+    model.setBattery(properties);
+    if (model.level() != before) {
+        emit levelChanged(model.level());
     }
 }
 
-void UPowerClient::track(QDBusPendingCallWatcher* watcher)
+void UPowerClient::miss(const QDBusError& error)
 {
-    underWay.append(watcher);
-}
-
-void UPowerClient::untrack(QDBusPendingCallWatcher* watcher)
-{
-    underWay.removeAll(watcher);
-    watcher->deleteLater();
-}
-
-void UPowerClient::take(const QString& path, const QVariantMap& properties)
-{
-    if (path == MANAGER_PATH) {
-        model.setManager(properties);
-    } else if (path.startsWith(DEVICES_FOLDER)) {
-        model.setDevice(path, properties);
+    if (!hasMissed) {
+        hasMissed = true;
+        qCWarning(lcPlatform, "UPower does not tell all of battery and power (%s)",
+                  qUtf8Printable(error.message()));
     }
-    tellLevel();
 }
 
-void UPowerClient::tellLevel()
+/// Waits for the answers without the event loop: nothing else may happen while the show is built.
+/// What is late is asked for once more, for later.
+void UPowerClient::askAtOnce()
 {
-    if (model.level() != toldLevel) {
-        toldLevel = model.level();
-        emit levelChanged(toldLevel);
+    const QDeadlineTimer deadline(FIRST_ANSWERS_MS, Qt::PreciseTimer);
+    const auto answer = [this, &deadline](const QString& path, const QString& interface) {
+        const int limit = qMax(1, static_cast<int>(deadline.remainingTime()));
+        return QDBusPendingReply<QVariantMap>(QDBusPendingCall::fromCompletedCall(
+            bus.call(question(path, interface), QDBus::Block, limit)));
+    };
+    const QDBusPendingReply<QVariantMap> manager = answer(MANAGER_PATH, MANAGER);
+    const QDBusPendingReply<QVariantMap> battery = answer(BATTERY_PATH, DEVICE);
+    takeManager(manager.value());
+    takeBattery(battery.value());
+    if (manager.isError() || battery.isError()) {
+        miss(manager.isError() ? manager.error() : battery.error());
+        ask();
     }
+}
+
+void UPowerClient::ask()
+{
+    bus.callWithCallback(question(MANAGER_PATH, MANAGER), this, SLOT(takeManager(QVariantMap)),
+                         SLOT(miss(QDBusError)), LATE_ANSWER_MS);
+    bus.callWithCallback(question(BATTERY_PATH, DEVICE), this, SLOT(takeBattery(QVariantMap)),
+                         SLOT(miss(QDBusError)), LATE_ANSWER_MS);
 }
 
 } // namespace platform

@@ -3,22 +3,18 @@
 #include "platform/powermodel.h"
 
 #include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDeadlineTimer>
-#include <QList>
+#include <QDBusError>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
 
-class QDBusPendingCallWatcher;
-
 namespace platform {
 
-/// Battery and power, from UPower on the system bus, for as long as it lives.
+/// Battery and power, from UPower (0.99 and later) on the system bus, for as long as it lives.
 ///
-/// Construction waits for UPower's first answer, for 200 ms at most. Everything later comes through
-/// the event loop: changes, a late answer, a service that appears, restarts or goes. Without UPower
-/// the log says so once, and the power is unknown.
+/// Construction waits for UPower's first answers, for 200 ms at most. Everything later comes
+/// through the event loop: changes, a late answer, a service that appears, restarts or goes.
+/// Without UPower the log says so once, and the power is unknown.
 class UPowerClient : public QObject
 {
     Q_OBJECT
@@ -37,27 +33,21 @@ signals:
 
 private slots:
     void ownerChanged(const QString& service, const QString& before, const QString& now);
-    void propertiesChanged(const QString& interface, const QVariantMap& changed,
-                           const QStringList& invalidated, const QDBusMessage& message);
-    void deviceRemoved(const QDBusMessage& message);
-    void refresh();
+    void managerChanged(const QString& interface, const QVariantMap& changed,
+                        const QStringList& invalidated);
+    void batteryChanged(const QString& interface, const QVariantMap& changed,
+                        const QStringList& invalidated);
+    void takeManager(const QVariantMap& properties);
+    void takeBattery(const QVariantMap& properties);
+    void miss(const QDBusError& error);
 
 private:
-    void askProperties(const QString& path, const QString& interface);
-    void askDevices();
-    void propertiesAnswered(const QString& path, QDBusPendingCallWatcher* watcher);
-    void devicesAnswered(QDBusPendingCallWatcher* watcher);
-    void awaitAnswers(const QDeadlineTimer& deadline);
-    void track(QDBusPendingCallWatcher* watcher);
-    void untrack(QDBusPendingCallWatcher* watcher);
-    void take(const QString& path, const QVariantMap& properties);
-    void tellLevel();
+    void askAtOnce();
+    void ask();
 
     QDBusConnection bus;
     PowerModel model;
-    QList<QDBusPendingCallWatcher*> underWay; ///< Children of this.
-    int toldLevel;
-    bool hasMissed; ///< The log has told that UPower is not there.
+    bool hasMissed = false; ///< The log has told that UPower does not answer.
 };
 
 } // namespace platform

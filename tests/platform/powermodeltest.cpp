@@ -1,6 +1,7 @@
 #include "platform/powermodel.h"
 
 #include <QTest>
+#include <QVector>
 
 #include <cmath>
 
@@ -8,23 +9,25 @@ using platform::PowerModel;
 
 namespace {
 
-const QString DISPLAY = PowerModel::DISPLAY_DEVICE;
-const QString FIRST("/org/freedesktop/UPower/devices/battery_BAT0");
-const QString SECOND("/org/freedesktop/UPower/devices/battery_BAT1");
-
-QVariantMap display(bool present, unsigned int state, double percentage)
+QVariantMap battery(bool present, unsigned int state, double percentage)
 {
     return {{"IsPresent", present}, {"State", state}, {"Percentage", percentage}};
 }
 
-QVariantMap battery(unsigned int state, double percentage, double energy, double full)
+/// What UPower does, and what is known after it.
+struct Step
 {
-    return {{"Type", 2u},        {"PowerSupply", true},      {"IsPresent", true},
-            {"State", state},    {"Percentage", percentage}, {"Energy", energy},
-            {"EnergyFull", full}};
-}
+    enum Kind { Manager, Battery, Gone };
+
+    Kind kind;
+    QVariantMap told;
+    int level;
+    PowerModel::Power power;
+};
 
 } // namespace
+
+Q_DECLARE_METATYPE(QVector<Step>)
 
 class PowerModelTest : public QObject
 {
@@ -40,13 +43,8 @@ private slots:
     void level();
     void unknownLevelKeepsTheLast_data();
     void unknownLevelKeepsTheLast();
-    void changesAreParts();
-    void twoBatteries_data();
-    void twoBatteries();
-    void otherDevicesDoNotCount();
-    void batteryThatGoes();
-    void displayDeviceWins();
-    void forgottenButForTheLevel();
+    void whatIsToldInWhichOrder_data();
+    void whatIsToldInWhichOrder();
     void strangeValues_data();
     void strangeValues();
 };
@@ -93,7 +91,7 @@ void PowerModelTest::power()
     if (onBattery >= 0) {
         model.setManager({{"OnBattery", onBattery == 1}});
     }
-    model.setDevice(DISPLAY, display(present, state, 50.0));
+    model.setBattery(battery(present, state, 50.0));
     QCOMPARE(static_cast<int>(model.power()), power);
 }
 
@@ -137,7 +135,7 @@ void PowerModelTest::level()
     QFETCH(double, percentage);
     QFETCH(int, level);
     PowerModel model;
-    model.setDevice(DISPLAY, display(present, 2, percentage));
+    model.setBattery(battery(present, 2, percentage));
     QCOMPARE(model.level(), level);
 }
 
@@ -156,123 +154,114 @@ void PowerModelTest::unknownLevelKeepsTheLast()
     QFETCH(QVariant, percentage);
     QFETCH(unsigned int, state);
     PowerModel model;
-    model.setDevice(DISPLAY, display(true, 2, 37.0));
+    model.setBattery(battery(true, 2, 37.0));
     QCOMPARE(model.level(), 37);
-    model.setDevice(DISPLAY, {{"Percentage", percentage}, {"State", state}});
+    model.setBattery({{"Percentage", percentage}, {"State", state}});
     QCOMPARE(model.level(), 37);
 }
 
-void PowerModelTest::changesAreParts()
+void PowerModelTest::whatIsToldInWhichOrder_data()
 {
+    QTest::addColumn<QVector<Step>>("steps");
+    const auto manager = [](bool onBattery, int level, PowerModel::Power power) {
+        return Step{Step::Manager, {{"OnBattery", onBattery}}, level, power};
+    };
+    const auto part = [](const char* property, const QVariant& value, int level,
+                         PowerModel::Power power) {
+        return Step{Step::Battery, {{property, value}}, level, power};
+    };
+    const auto all = [](bool present, unsigned int state, double percentage, int level,
+                        PowerModel::Power power) {
+        return Step{Step::Battery, battery(present, state, percentage), level, power};
+    };
+    const auto nothing = [](Step::Kind kind, int level, PowerModel::Power power) {
+        return Step{kind, {}, level, power};
+    };
+    using Steps = QVector<Step>;
+    const auto unknown = PowerModel::Unknown;
+    const auto onBattery = PowerModel::OnBattery;
+    const auto onWall = PowerModel::OnWall;
+    const auto charging = PowerModel::OnWallCharging;
+
+    QTest::newRow("the manager, then the battery")
+        << Steps{manager(true, 100, onBattery), all(true, 2, 43, 43, onBattery)};
+    QTest::newRow("the battery, then the manager")
+        << Steps{all(true, 2, 43, 43, onBattery), manager(true, 43, onBattery)};
+    QTest::newRow("no battery") << Steps{manager(false, 100, onWall),
+                                         all(false, 0, 0, 100, onWall)};
+    QTest::newRow("the battery never answers")
+        << Steps{manager(true, 100, onBattery), manager(false, 100, onWall)};
+    QTest::newRow("the manager never answers")
+        << Steps{all(true, 2, 43, 43, onBattery), part("State", 1u, 43, charging)};
+    QTest::newRow("empty answers")
+        << Steps{nothing(Step::Manager, 100, unknown), nothing(Step::Battery, 100, unknown),
+                 all(true, 2, 43, 43, onBattery)};
+
+    QTest::newRow("plugged in, and told one after the other")
+        << Steps{manager(true, 100, onBattery),
+                 all(true, 2, 80, 80, onBattery),
+                 part("Percentage", 79.0, 79, onBattery),
+                 manager(false, 79, onWall),
+                 part("State", 1u, 79, charging),
+                 Step{Step::Manager, {{"LidIsClosed", true}}, 79, charging},
+                 part("Percentage", 80.0, 80, charging),
+                 part("State", 4u, 80, onWall)};
+    QTest::newRow("taken out and put back")
+        << Steps{manager(false, 100, onWall), all(true, 1, 40, 40, charging),
+                 part("IsPresent", false, 100, onWall), part("IsPresent", true, 40, charging)};
+
+    // Before it is told whether there is a battery at all, what one does says nothing.
+    QTest::newRow("a lone percentage first")
+        << Steps{part("Percentage", 7.0, 100, unknown), part("State", 2u, 100, unknown),
+                 part("IsPresent", true, 7, onBattery)};
+    QTest::newRow("a battery without a percentage")
+        << Steps{manager(true, 100, onBattery),
+                 Step{Step::Battery, {{"IsPresent", true}, {"State", 2u}}, 100, onBattery},
+                 part("Percentage", 31.0, 31, onBattery)};
+    QTest::newRow("a battery without a state")
+        << Steps{manager(true, 100, onBattery),
+                 Step{Step::Battery, {{"IsPresent", true}, {"Percentage", 31.0}}, 31, onBattery}};
+    QTest::newRow("a battery not looked at yet")
+        << Steps{manager(true, 100, onBattery), all(true, 0, 0, 100, onBattery),
+                 part("Percentage", 31.0, 31, onBattery)};
+
+    const Steps before = {manager(true, 100, onBattery), all(true, 2, 43, 43, onBattery)};
+    const Steps gone = before + Steps{nothing(Step::Gone, 43, unknown)};
+    QTest::newRow("gone") << gone;
+    QTest::newRow("gone and back")
+        << gone + Steps{manager(false, 43, onWall), all(true, 1, 44, 44, charging)};
+    QTest::newRow("gone, and back the other way round")
+        << gone + Steps{all(true, 1, 44, 44, charging), manager(false, 44, charging)};
+    QTest::newRow("gone, and a lone change of the battery")
+        << gone + Steps{part("Percentage", 42.0, 43, unknown), part("State", 1u, 43, unknown),
+                        manager(false, 43, onWall), all(true, 1, 42, 42, charging)};
+    QTest::newRow("gone, and a lone change once the manager is back")
+        << gone + Steps{manager(true, 43, onBattery), part("Percentage", 42.0, 43, onBattery),
+                        part("State", 1u, 43, onBattery), all(true, 2, 42, 42, onBattery)};
+    QTest::newRow("gone twice") << gone + Steps{nothing(Step::Gone, 43, unknown),
+                                                manager(true, 43, onBattery)};
+    QTest::newRow("back without the battery")
+        << gone + Steps{manager(false, 43, onWall), all(false, 0, 0, 100, onWall)};
+}
+
+void PowerModelTest::whatIsToldInWhichOrder()
+{
+    QFETCH(QVector<Step>, steps);
     PowerModel model;
-    model.setManager({{"OnBattery", true}});
-    model.setDevice(DISPLAY, display(true, 2, 80.0));
-    QCOMPARE(model.power(), PowerModel::OnBattery);
-    model.setDevice(DISPLAY, {{"Percentage", 79.0}});
-    QCOMPARE(model.level(), 79);
-    QCOMPARE(model.power(), PowerModel::OnBattery);
-    // Plugged in: the manager and the battery tell it one after the other.
-    model.setManager({{"OnBattery", false}});
-    QCOMPARE(model.power(), PowerModel::OnWall);
-    model.setDevice(DISPLAY, {{"State", 1u}});
-    QCOMPARE(model.power(), PowerModel::OnWallCharging);
-    model.setManager({{"LidIsClosed", true}});
-    QCOMPARE(model.power(), PowerModel::OnWallCharging);
-}
-
-void PowerModelTest::twoBatteries_data()
-{
-    QTest::addColumn<QVariantMap>("first");
-    QTest::addColumn<QVariantMap>("second");
-    QTest::addColumn<bool>("onBattery");
-    QTest::addColumn<int>("level");
-    QTest::addColumn<int>("power");
-    // By what they hold, not by their parts of the hundred.
-    QTest::newRow("large and small")
-        << battery(2, 100, 60, 60) << battery(2, 0, 0, 20) << true << 75 << 1;
-    QTest::newRow("no energies") << battery(2, 50, 0, 0) << battery(2, 20, 0, 0) << true << 35 << 1;
-    QTest::newRow("one charges") << battery(1, 50, 30, 60) << battery(4, 100, 20, 20) << false << 63
-                                 << 3;
-    QTest::newRow("one waits") << battery(5, 50, 30, 60) << battery(1, 50, 10, 20) << false << 50
-                               << 3;
-    QTest::newRow("one is drained first")
-        << battery(2, 50, 30, 60) << battery(4, 100, 20, 20) << true << 63 << 1;
-    QTest::newRow("both full") << battery(4, 100, 60, 60) << battery(4, 100, 20, 20) << false << 100
-                               << 2;
-    QTest::newRow("full and waiting")
-        << battery(4, 100, 60, 60) << battery(5, 90, 18, 20) << false << 98 << 2;
-}
-
-void PowerModelTest::twoBatteries()
-{
-    QFETCH(QVariantMap, first);
-    QFETCH(QVariantMap, second);
-    QFETCH(bool, onBattery);
-    QFETCH(int, level);
-    QFETCH(int, power);
-    for (bool swapped : {false, true}) {
-        PowerModel model;
-        model.setManager({{"OnBattery", onBattery}});
-        model.setDevice(FIRST, swapped ? second : first);
-        model.setDevice(SECOND, swapped ? first : second);
-        QCOMPARE(model.level(), level);
-        QCOMPARE(static_cast<int>(model.power()), power);
+    for (int i = 0; i < steps.size(); ++i) {
+        const Step& step = steps.at(i);
+        if (step.kind == Step::Manager) {
+            model.setManager(step.told);
+        } else if (step.kind == Step::Battery) {
+            model.setBattery(step.told);
+        } else {
+            model.forget();
+        }
+        const QString after =
+            QString("step %1: %2 %3").arg(i).arg(model.level()).arg(model.power());
+        QVERIFY2(model.level() == step.level, qPrintable(after));
+        QVERIFY2(model.power() == step.power, qPrintable(after));
     }
-}
-
-void PowerModelTest::otherDevicesDoNotCount()
-{
-    PowerModel model;
-    model.setManager({{"OnBattery", false}});
-    QVariantMap mouse = battery(2, 12, 1, 10);
-    mouse["PowerSupply"] = false;
-    QVariantMap slot = battery(2, 0, 0, 10);
-    slot["IsPresent"] = false;
-    model.setDevice("/org/freedesktop/UPower/devices/mouse", mouse);
-    model.setDevice("/org/freedesktop/UPower/devices/slot", slot);
-    model.setDevice("/org/freedesktop/UPower/devices/line",
-                    {{"Type", 1u}, {"PowerSupply", true}, {"Online", true}});
-    QCOMPARE(model.level(), 100);
-    QCOMPARE(model.power(), PowerModel::OnWall);
-    model.setDevice(FIRST, battery(2, 40, 20, 50));
-    QCOMPARE(model.level(), 40);
-}
-
-void PowerModelTest::batteryThatGoes()
-{
-    PowerModel model;
-    model.setManager({{"OnBattery", false}});
-    model.setDevice(FIRST, battery(1, 40, 20, 50));
-    model.setDevice(SECOND, battery(1, 80, 40, 50));
-    QCOMPARE(model.level(), 60);
-    model.removeDevice(SECOND);
-    QCOMPARE(model.level(), 40);
-    model.removeDevice("/nothing/known/of/it");
-    QCOMPARE(model.level(), 40);
-    QCOMPARE(model.power(), PowerModel::OnWallCharging);
-}
-
-void PowerModelTest::displayDeviceWins()
-{
-    PowerModel model;
-    model.setDevice(FIRST, battery(2, 40, 20, 50));
-    model.setDevice(DISPLAY, display(true, 2, 66.0));
-    QCOMPARE(model.level(), 66);
-    model.setDevice(FIRST, {{"Percentage", 39.0}, {"Energy", 19.0}});
-    QCOMPARE(model.level(), 66);
-}
-
-void PowerModelTest::forgottenButForTheLevel()
-{
-    PowerModel model;
-    model.setManager({{"OnBattery", true}});
-    model.setDevice(DISPLAY, display(true, 2, 23.0));
-    model.forget();
-    QCOMPARE(model.level(), 23);
-    QCOMPARE(model.power(), PowerModel::Unknown);
-    model.setDevice(DISPLAY, display(true, 1, 24.0));
-    QCOMPARE(model.level(), 24);
-    QCOMPARE(model.power(), PowerModel::OnWallCharging);
 }
 
 void PowerModelTest::strangeValues_data()
@@ -288,6 +277,9 @@ void PowerModelTest::strangeValues_data()
     QTest::newRow("a list for the state")
         << QVariantMap{{"OnBattery", true}}
         << QVariantMap{{"IsPresent", true}, {"State", QStringList{"1"}}, {"Percentage", 5.0}} << 1;
+    QTest::newRow("a word for the presence")
+        << QVariantMap{{"OnBattery", true}}
+        << QVariantMap{{"IsPresent", "no"}, {"State", 1u}, {"Percentage", 5.0}} << 1;
 }
 
 void PowerModelTest::strangeValues()
@@ -297,7 +289,7 @@ void PowerModelTest::strangeValues()
     QFETCH(int, power);
     PowerModel model;
     model.setManager(manager);
-    model.setDevice(DISPLAY, device);
+    model.setBattery(device);
     QCOMPARE(static_cast<int>(model.power()), power);
     QVERIFY(model.level() == 100 || model.level() == 5);
 }
