@@ -84,7 +84,7 @@ void ModemIdentity::askServices(const QDBusConnection& bus, const QDeadlineTimer
         QThread::msleep(1);
     }
 
-    // The numbers are the owner's: not even this log has them.
+    // The numbers themselves are in the show's own lines, and no business of this category.
     if (modemNumber.isEmpty()) {
         const bool trouble =
             !managerRead || !ofonoRead || isTrouble(manager.reply()) || isTrouble(ofono.reply());

@@ -4,23 +4,13 @@
 #include "platform/modemidentity.h"
 #include "platform/upowerclient.h"
 
-#include <optional>
-
 namespace QtMobility {
 
 struct QSystemDeviceInfo::Private
 {
-    const platform::ModemIdentity& askedModem()
-    {
-        if (!modem) {
-            modem.emplace();
-        }
-        return *modem;
-    }
-
     platform::UPowerClient power;
     platform::MachineIdentity machine;
-    std::optional<platform::ModemIdentity> modem; ///< Not before somebody asks for it.
+    platform::ModemIdentity modem;
 };
 
 QSystemDeviceInfo::QSystemDeviceInfo(QObject* parent) : QObject(parent), d(new Private)
@@ -58,12 +48,12 @@ QString QSystemDeviceInfo::productName() const
 
 QString QSystemDeviceInfo::imei() const
 {
-    return d->askedModem().imei();
+    return d->modem.imei();
 }
 
 QString QSystemDeviceInfo::imsi() const
 {
-    return d->askedModem().imsi();
+    return d->modem.imsi();
 }
 
 } // namespace QtMobility

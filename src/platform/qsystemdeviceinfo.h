@@ -10,9 +10,10 @@ namespace QtMobility {
 /// What the machine knows of itself: battery and power from UPower, its name from the system's
 /// files, the numbers of its modem from the modem's service.
 ///
-/// Construction may wait for UPower, for 200 ms at most, and the first imei() or imsi() for the
-/// modem's service, for 150 ms; later news comes through the event loop. Nothing fails where bus or
-/// service are missing; a bus that hangs is given up after 100 ms.
+/// Construction may wait for UPower, for 200 ms at most, and for the modem's service, for 150 ms;
+/// later news comes through the event loop. What is missing has been told when it ends, so that
+/// whoever logs the answers has its lines together. Nothing fails where bus or service are missing;
+/// a bus that hangs is given up after 100 ms.
 class QSystemDeviceInfo : public QObject
 {
     Q_OBJECT

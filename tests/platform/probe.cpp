@@ -90,10 +90,15 @@ void Probe::freeze()
     ::kill(static_cast<pid_t>(process.processId()), SIGSTOP);
 }
 
-QStringList Probe::platformLog()
+QStringList Probe::wholeLog()
 {
     readAll();
-    return log.filter("pixmoth.platform: ");
+    return log;
+}
+
+QStringList Probe::platformLog()
+{
+    return wholeLog().filter("pixmoth.platform: ");
 }
 
 void Probe::readAll()

@@ -32,7 +32,9 @@ public:
     void kill();
     void freeze();
 
-    /// The lines that it has logged in the category "pixmoth.platform".
+    /// The lines that it has logged, "category: text"; all of them, and those in the category
+    /// "pixmoth.platform".
+    QStringList wholeLog();
     QStringList platformLog();
 
 private:

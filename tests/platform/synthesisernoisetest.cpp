@@ -13,6 +13,8 @@ class SynthesiserNoiseTest : public QObject
 private slots:
     void nothingIsKept();
     void realSynthesiserIsHeardOut();
+    void whatItInherits_data();
+    void whatItInherits();
 
 private:
     static QByteArray kept(Speech& speech);
@@ -56,6 +58,50 @@ void SynthesiserNoiseTest::realSynthesiserIsHeardOut()
     QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 20000);
     QCOMPARE(speech.d->thread.process.error(), QProcess::UnknownError);
     QCOMPARE(kept(speech).size(), 0);
+}
+
+void SynthesiserNoiseTest::whatItInherits_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<bool>("inherited");
+    // The name of the show's own address book is of no use to any other program.
+    QTest::newRow("our address book")
+        << QByteArray("QTCONTACTS_MANAGER_OVERRIDE") << QByteArray("pixmoth") << false;
+    QTest::newRow("the user's own choice")
+        << QByteArray("QTCONTACTS_MANAGER_OVERRIDE") << QByteArray("memory") << true;
+    // Where a server is hidden for its silence, the synthesiser shall not wait for it either.
+    QTest::newRow("hidden sound server")
+        << QByteArray("PULSE_SERVER") << QByteArray("unix:/nowhere") << true;
+    QTest::newRow("hidden bus") << QByteArray("DBUS_SESSION_BUS_ADDRESS")
+                                << QByteArray("unix:path=/nowhere") << true;
+}
+
+void SynthesiserNoiseTest::whatItInherits()
+{
+    QFETCH(QByteArray, variable);
+    QFETCH(QByteArray, value);
+    QFETCH(bool, inherited);
+    QTemporaryDir folder;
+    QFile script(folder.filePath("espeak"));
+    QVERIFY(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\nenv > \"${0%/*}/heard\"\n");
+    script.close();
+    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    const QByteArray searchPath = qgetenv("PATH");
+    const QByteArray before = qgetenv(variable.constData());
+    qputenv("PATH", QFile::encodeName(folder.path()) + ':' + searchPath);
+    qputenv(variable.constData(), value);
+    Speech speech;
+    speech.speak("I love you");
+    qputenv("PATH", searchPath);
+    qputenv(variable.constData(), before);
+    QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 20000);
+    QFile heard(folder.filePath("heard"));
+    QVERIFY(heard.open(QIODevice::ReadOnly));
+    const QByteArrayList lines = heard.readAll().split('\n');
+    QCOMPARE(lines.contains(variable + '=' + value), inherited);
+    QCOMPARE(lines.contains("HOME=" + qgetenv("HOME")), true);
 }
 
 QTEST_GUILESS_MAIN(SynthesiserNoiseTest)
