@@ -251,7 +251,6 @@ void PowerTest::frozenBus()
     m_bus->thaw();
     QVERIFY(started);
     QCOMPARE(told(), QString("100 NULL power"));
-    QVERIFY2(m_startMs >= 90, qPrintable(QString::number(m_startMs)));
 }
 
 void PowerTest::desktopHasNoBattery()
