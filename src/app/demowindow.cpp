@@ -2,17 +2,26 @@
 
 #include "demo/demomain.h"
 #include "platform/glsurface.h"
+#include "platform/servicelog.h"
 
 #include <QCoreApplication>
 #include <QTimer>
 
 #include <GLES2/gl2.h>
 
+#include <cstdlib>
+
 namespace {
 const int FRAME_INTERVAL_MS = 50;
 }
 
-DemoWindow::DemoWindow(QWidget* parent) : QGLWidget(parent), timer(nullptr) {}
+DemoWindow::DemoWindow(QWidget* parent) : QGLWidget(parent), timer(nullptr)
+{
+    if (!isValid()) {
+        // Qt would never call initializeGL(), and the window would stay black for ever.
+        giveUp();
+    }
+}
 
 DemoWindow::~DemoWindow()
 {
@@ -25,6 +34,17 @@ DemoWindow::~DemoWindow()
 
 void DemoWindow::initializeGL()
 {
+    // A warning box of the show's loading runs the event loop, and Qt, for which the surface is
+    // made only when this function is through, comes here again.
+    if (demoMain) {
+        return;
+    }
+    // Until there is a frame, nothing is shown: what Qt would swap in holds whatever was in memory.
+    setAutoBufferSwap(false);
+    if (!platform::glProblem(this).isEmpty()) {
+        giveUp();
+        return;
+    }
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
     demoMain = std::make_unique<DemoMain>(this);
     demoMain->init();
@@ -35,6 +55,7 @@ void DemoWindow::initializeGL()
     connect(timer, &QTimer::timeout, this, [this] { platform::wakeSurface(this); });
     connect(timer, SIGNAL(timeout()), this, SLOT(updateGL()));
     timer->start(FRAME_INTERVAL_MS);
+    setAutoBufferSwap(true);
 }
 
 void DemoWindow::resizeGL(int width, int height)
@@ -44,7 +65,16 @@ void DemoWindow::resizeGL(int width, int height)
 
 void DemoWindow::paintGL()
 {
-    if (demoMain->paint() == 0) {
+    // The clock comes last: without it the show is only half made, or cannot be.
+    if (timer && demoMain->paint() == 0) {
         QCoreApplication::exit(0);
     }
+}
+
+void DemoWindow::giveUp()
+{
+    platform::reportNoPicture(platform::glProblem(this));
+    // By way of the event loop: it may not have begun, and an exit before it would be forgotten.
+    QMetaObject::invokeMethod(
+        qApp, [] { QCoreApplication::exit(EXIT_FAILURE); }, Qt::QueuedConnection);
 }

@@ -8,7 +8,8 @@ class DemoMain;
 class QTimer;
 
 /// The GL surface of the show and its frame clock: every 50 ms one repaint, every repaint one
-/// frame of DemoMain. The event loop is left when DemoMain says that the show is over.
+/// frame of DemoMain. The event loop is left when DemoMain says that the show is over; with code 1,
+/// and a line in the log, where the system has no OpenGL that the show could be drawn with.
 class DemoWindow : public QGLWidget
 {
     Q_OBJECT
@@ -23,6 +24,9 @@ protected:
     void paintGL() override;
 
 private:
-    QTimer* timer;                      ///< A child of this widget.
+    /// Tells what is wrong with the GL context, and ends the program.
+    void giveUp();
+
+    QTimer* timer;                      ///< A child of this widget; null until the show is made.
     std::unique_ptr<DemoMain> demoMain; ///< Null until the GL context is there.
 };

@@ -1,12 +1,35 @@
 #include "platform/glsurface.h"
 
-#include <QWidget>
+#include <QGLFramebufferObject>
+#include <QGLShaderProgram>
+#include <QGLWidget>
 
 #include <GLES2/gl2.h>
 
 #include <cstring>
 
 namespace platform {
+
+QString glProblem(const QGLWidget* surface)
+{
+    if (!surface->isValid()) {
+        return "no OpenGL context can be had";
+    }
+    if (QGLContext::currentContext() != surface->context()) {
+        return "the OpenGL context cannot be made current";
+    }
+    QString missing;
+    if (!QGLShaderProgram::hasOpenGLShaderPrograms(surface->context())) {
+        missing = "shaders";
+    } else if (!QGLFramebufferObject::hasOpenGLFramebufferObjects()) {
+        missing = "framebuffer objects";
+    } else {
+        return QString();
+    }
+    return QString("OpenGL %1 (%2) has no %3")
+        .arg(reinterpret_cast<const char*>(glGetString(GL_VERSION)),
+             reinterpret_cast<const char*>(glGetString(GL_RENDERER)), missing);
+}
 
 void wakeSurface(QWidget* surface)
 {

@@ -1,8 +1,14 @@
 #pragma once
 
+class QGLWidget;
+class QString;
 class QWidget;
 
 namespace platform {
+
+/// What keeps the show from being drawn on a GL surface, whose context must be current unless it is
+/// not valid; empty where nothing does.
+QString glProblem(const QGLWidget* surface);
 
 /// Tells a GL surface within a window that it can be seen, where Qt has not; until then it draws
 /// nothing. Call it before each frame; it costs nothing once the surface knows.

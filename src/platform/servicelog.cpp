@@ -12,6 +12,11 @@ Q_LOGGING_CATEGORY(lcPlatform, "pixmoth.platform")
 
 namespace platform {
 
+void reportNoPicture(const QString& reason)
+{
+    qCCritical(lcPlatform, "No picture: %s", qUtf8Printable(reason));
+}
+
 void reportPlaybackErrors(QMediaPlayer* player)
 {
     QObject::connect(

@@ -13,6 +13,9 @@ Q_DECLARE_LOGGING_CATEGORY(lcPlatform)
 /// the log category "pixmoth.platform", so that its own log lines stay what they are.
 namespace platform {
 
+/// Tells why there can be no show at all.
+void reportNoPicture(const QString& reason);
+
 /// Tells, once, when the player cannot play what it was given. The player outlives nothing here.
 void reportPlaybackErrors(QMediaPlayer* player);
 

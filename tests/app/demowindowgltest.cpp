@@ -1,6 +1,7 @@
 #include "app/demowindow.h"
 #include "demo/demomain_p.h"
 
+#include "graphics/boxcloser.h"
 #include "support/fakecontacts.h"
 #include "support/glrecorder.h"
 
@@ -24,6 +25,7 @@ private slots:
     void everyTickIsAFrame();
     void endOfTheShowEndsTheLoop();
     void deathFreesTheShowWithItsContext();
+    void boxWhileLoadingMakesNoSecondShow();
 };
 
 namespace {
@@ -146,6 +148,70 @@ void DemoWindowGlTest::deathFreesTheShowWithItsContext()
         QVERIFY2(glIsTexture(name), qPrintable(QString("texture %1").arg(name)));
         QVERIFY2(glIsBuffer(name), qPrintable(QString("buffer %1").arg(name)));
     }
+}
+
+void DemoWindowGlTest::boxWhileLoadingMakesNoSecondShow()
+{
+    // Without its plugins Qt cannot read the pictures. Those of the screen are there by now.
+    QVERIFY(QGLWidget().isValid());
+    QCoreApplication::setLibraryPaths(QStringList());
+
+    DemoWindow window;
+    QVector<int> shows;
+    QStringList drawn;
+    bool swaps = false;
+    glrecorder::start(glrecorder::Record);
+    // All that makes Qt draw, for as long as a box stands.
+    QTimer restless;
+    QObject::connect(&restless, &QTimer::timeout, [&] {
+        if (QApplication::activeModalWidget()) {
+            window.resize(700 + shows.size(), 400);
+            window.updateGL();
+            window.glDraw();
+            shows.append(window.findChildren<DemoMain*>().size());
+            drawn += glrecorder::calls().filter("glDraw") + glrecorder::calls().filter("DEPTH");
+            swaps = swaps || window.autoBufferSwap();
+        }
+    });
+    restless.start(1);
+    QTest::qWait(20);
+    QVector<BoxCloser::Box> boxes;
+    {
+        // Each box stands for a while.
+        QTimer slow;
+        QObject::connect(&slow, &QTimer::timeout, [&] {
+            BoxCloser closer;
+            closer.closeBox();
+            boxes += closer.boxes();
+        });
+        slow.start(50);
+        showExposed(window);
+        QTRY_VERIFY(window.timer);
+    }
+
+    QStringList texts;
+    for (const BoxCloser::Box& box : boxes) {
+        QCOMPARE(box.title, QString("Textures"));
+        texts.append(box.text);
+    }
+    const QString text = "Unable to load image: ";
+    QCOMPARE(texts,
+             (QStringList{text + ":/textures/test1.jpg", text + ":/face/facetestinv.jpg",
+                          text + ":/face/facetestinv2.jpg", text + ":/face/facetestinv3.jpg"}));
+    QVERIFY(shows.size() >= 4);
+    QCOMPARE(shows, QVector<int>(shows.size(), 1));
+    QCOMPARE(drawn, QStringList());
+    QVERIFY(!swaps);
+
+    // One show, with empty pictures, and it plays.
+    QCOMPARE(window.findChildren<DemoMain*>().size(), 1);
+    QCOMPARE(window.findChildren<QTimer*>(QString(), Qt::FindDirectChildrenOnly).size(), 1);
+    QCOMPARE(window.demoMain->d->parts.size(), 19);
+    QCOMPARE(window.demoMain->d->faceTextures[0].textureId(), 0u);
+    QVERIFY(window.autoBufferSwap());
+    QTRY_VERIFY(window.demoMain->d->partIndex == 0);
+    QTRY_VERIFY(!glrecorder::calls().filter("glDraw").isEmpty());
+    glrecorder::start(glrecorder::PassThrough);
 }
 
 QTEST_MAIN(DemoWindowGlTest)

@@ -1,8 +1,10 @@
 #include "platform/fakeservice.h"
 #include "platform/privatebus.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -22,6 +24,9 @@ private slots:
     void screenSaverIsHeldOff();
     void deathOfTheScreenIsNoCrash();
     void readsNoArguments();
+    void endsWithoutUsableGl_data();
+    void endsWithoutUsableGl();
+    void playsOnWithoutPictures();
 
 private:
     void start(QProcess& program, const QProcessEnvironment& environment);
@@ -163,6 +168,79 @@ void ProgramGlTest::readsNoArguments()
     QVERIFY(!program.waitForFinished(1000));
     QVERIFY(endByKey(program, "Escape"));
     QCOMPARE(program.exitCode(), 0);
+}
+
+void ProgramGlTest::endsWithoutUsableGl_data()
+{
+    QTest::addColumn<QStringList>("settings");
+    QTest::addColumn<QString>("line");
+    const QString none = "No picture: no OpenGL context can be had";
+    QTest::newRow("platform without GL") << QStringList{"QT_QPA_PLATFORM=minimal"} << none;
+    QTest::newRow("no screen") << QStringList{"QT_QPA_PLATFORM=offscreen", "DISPLAY="} << none;
+    QTest::newRow("screen without GL") << QStringList{"QT_XCB_GL_INTEGRATION=none"} << none;
+#ifndef QT_OPENGL_ES_2
+    QTest::newRow("indirect") << QStringList{"LIBGL_ALWAYS_INDIRECT=1"} << none;
+    // OpenGL ES 2.0 is never without these two.
+    QTest::newRow("no framebuffer objects")
+        << QStringList{"MESA_EXTENSION_OVERRIDE=-GL_ARB_framebuffer_object "
+                       "-GL_EXT_framebuffer_object"}
+        << ") has no framebuffer objects";
+    QTest::newRow("no shaders") << QStringList{"MESA_EXTENSION_OVERRIDE=-GL_ARB_vertex_shader "
+                                               "-GL_ARB_fragment_shader -GL_ARB_shader_objects"}
+                                << ") has no shaders";
+#endif
+}
+
+void ProgramGlTest::endsWithoutUsableGl()
+{
+    QFETCH(QStringList, settings);
+    QFETCH(QString, line);
+    QProcessEnvironment environment = quietEnvironment();
+    for (const QString& setting : settings) {
+        environment.insert(setting.section('=', 0, 0), setting.section('=', 1));
+    }
+    QProcess program;
+    start(program, environment);
+    QVERIFY2(program.waitForFinished(20000), "a window that nothing is ever drawn in");
+    const QByteArray log = program.readAll();
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 1, log);
+    QVERIFY2(log.contains(line.toUtf8()), log);
+    QCOMPARE(log.count("No picture"), 1);
+    // The show is not even begun with.
+    QVERIFY2(!log.contains("vertex shader"), log);
+}
+
+void ProgramGlTest::playsOnWithoutPictures()
+{
+    // A copy of the program, to which a file beside it gives plugins of its own: all but the one
+    // that the pictures are read with.
+    const QDir place(folder.path());
+    const QDir all(QLibraryInfo::location(QLibraryInfo::PluginsPath));
+    QVERIFY(place.mkpath("plugins/imageformats"));
+    for (const QString& kind : all.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (kind != "imageformats") {
+            QVERIFY(QFile::link(all.filePath(kind), place.filePath("plugins/" + kind)));
+        }
+    }
+    QFile settings(place.filePath("qt.conf"));
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write("[Paths]\nPlugins=" + QFile::encodeName(place.filePath("plugins")) + '\n');
+    settings.close();
+    const QString copy = place.filePath("pixmoth");
+    QVERIFY(QFile::copy(PIXMOTH_PROGRAM, copy));
+
+    QProcess program;
+    program.setProcessEnvironment(quietEnvironment());
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    program.start(copy, QStringList());
+    QVERIFY(program.waitForStarted());
+    // Escape closes one box after the other, and then the show.
+    QVERIFY(endByKey(program, "Escape"));
+    const QByteArray log = program.readAll();
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0, log);
+    QCOMPARE(log.count("vertex shader"), 1);
+    QCOMPARE(log.count("BATTERY"), 1);
+    QVERIFY2(!log.contains("Image size"), log);
 }
 
 QTEST_GUILESS_MAIN(ProgramGlTest)

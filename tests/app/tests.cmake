@@ -1,7 +1,8 @@
 # Each test of src/app and what it links.
 pixmoth_add_test(app demowindowgltest fakecontacts fakedeviceinfo glrecorder
   RUNS contextBringsTheShow resizeSetsTheViewportOnly surfaceThatWasNotToldIsWoken
-    everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext)
+    everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext
+    boxWhileLoadingMakesNoSecondShow)
 pixmoth_add_test(app mainwindowgltest fakecontacts logcapture)
 target_include_directories(mainwindowgltest PRIVATE
   ${PROJECT_BINARY_DIR}/src/pixmoth-show_autogen/include)
