@@ -349,14 +349,12 @@ void DemoMain::DemoMainPrivate::composite(const DemoPart& part, float phase)
     renderer.setBlending(graphics::BlendAdditive);
     renderer.enableShader(part.shader);
 
-    QMatrix4x4 world;
-    world.translate(0.0f, 0.0f);
     if (part.spread == 0) {
-        renderer.setTransformation(graphics::World, world);
+        renderer.setTransformation(graphics::World, QMatrix4x4());
         quad->render(&renderer);
         return;
     }
-    // The first copy has no size and draws nothing; the others start from it.
+    // The first copy has no size, and its draw shows nothing.
     const double factor = part.spread == 1 ? 48.1 : part.spread * 5.1;
     for (int i = 0; i < NUM_COPIES; ++i) {
         QMatrix4x4 copy;

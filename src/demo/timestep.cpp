@@ -13,8 +13,6 @@ TimeStep::TimeStep(int parameter) : stepMillis(0), parameter(parameter)
     reset();
 }
 
-TimeStep::~TimeStep() = default;
-
 void TimeStep::reset()
 {
     runClock.start();

@@ -9,7 +9,7 @@ class TimeStep
 public:
     /// Starts both clocks. The parameter is stored and never read; it stays for its callers' sake.
     explicit TimeStep(int parameter);
-    ~TimeStep();
+    ~TimeStep() = default;
 
     /// Starts both clocks again; the last step's length is left as it is.
     void reset();

@@ -188,11 +188,12 @@ Renderer::loadShader(const QString& name, const QString& vertexFile, const QStri
     qDebug("Load user fshader");
     addUserShader(program.data(), QGLShader::Fragment, fragmentFile);
 
-    if (d->currentProgram && d->currentProgram == d->userShaders.value(name).data()) {
-        // What is replaced may die here, and the next draw must not go through it.
-        d->currentProgram = program.data();
+    QSharedPointer<QGLShaderProgram>& kept = d->userShaders[name];
+    if (kept && kept == d->currentProgram) {
+        // It stays current, and must not die of being replaced.
+        d->replacedProgram = kept;
     }
-    d->userShaders.insert(name, program);
+    kept = program;
     bindAttributeLocations(program.data());
     // Too early to have an effect, Qt warns: the program is not linked yet. Slot 0 is what an
     // unset sampler reads.

@@ -54,8 +54,9 @@ public:
     /// Does nothing; the counterpart of reset() for callers that pair them.
     void end();
 
-    /// Builds a program and keeps it under `name`, in place of an earlier one. It is linked when
-    /// first drawn with. A file that is missing or a shader that fails is fatal.
+    /// Builds a program and keeps it under `name`, in place of an earlier one; where that is the
+    /// current one, it stays so until another is enabled. The new one is linked when first drawn
+    /// with. A file that is missing or a shader that fails is fatal.
     QSharedPointer<QGLShaderProgram> loadShader(const QString& name, const QString& vertexFile,
                                                 const QString& fragmentFile);
     /// Makes the program kept under `name` current; the default one for an unknown name.

@@ -20,7 +20,8 @@ struct Renderer::RendererPrivate
     QGLShaderProgram defaultProgram;
     QGLShaderProgram spareProgram; ///< Never given shaders; a slot for a third built-in look.
     QGLShaderProgram matrixPaletteProgram;
-    QGLShaderProgram* currentProgram = nullptr; ///< One of the above, or one of userShaders.
+    QGLShaderProgram* currentProgram =
+        nullptr; ///< Of the above, of userShaders, or replacedProgram.
     int defaultHighlightLoc = 0;
     int paletteHighlightLoc = 0;
     int defaultViewProjLoc = 0;
@@ -43,6 +44,8 @@ struct Renderer::RendererPrivate
     QMatrix4x4 cameraMatrix;
     QMatrix4x4 matrixPalette[MATRIX_PALETTE_SIZE];
     bool matrixPaletteEnabled = false;
+    /// The last program that was replaced while it was current. Kept, since it may still be.
+    QSharedPointer<QGLShaderProgram> replacedProgram;
 };
 
 } // namespace graphics

@@ -20,7 +20,8 @@ public:
     ~RenderTarget();
 
     /// Makes a target of `width` × `height` pixels, without depth or stencil; its content is
-    /// undefined. Once: a second call forgets the first framebuffer without deleting it.
+    /// undefined. Once: a second call forgets the first framebuffer without deleting it; the
+    /// name of its texture is deleted, unless a copy of texture() holds it.
     void init(int width, int height);
 
     /// Binds the framebuffer and sets the viewport to all of it.

@@ -115,6 +115,7 @@ struct VertexBuffer::VertexBufferPrivate
     bool unusedFlag = false; ///< Keeps the record's form.
     bool hasPositionBackup = false;
     std::unique_ptr<QVector3D[]> positionBackup;
+    int backupSize = 0; ///< Positions that the backup has room for.
 };
 
 VertexBuffer::VertexBufferPrivate::~VertexBufferPrivate()
@@ -136,9 +137,6 @@ bool VertexBuffer::createVertexBuffer(int numVertices, const VertexDeclaration& 
 {
     d->declaration = declaration;
     d->numVertices = numVertices;
-    // Of as many positions as there were vertices before.
-    d->positionBackup.reset();
-    d->hasPositionBackup = false;
     d->data = QByteArray(numVertices * declaration.vertexSize(), '\0');
     glGenBuffers(1, &d->id);
     glBindBuffer(GL_ARRAY_BUFFER, d->id);
@@ -214,8 +212,9 @@ bool VertexBuffer::hasComponent(VertexFormatFlag usage) const
 
 void VertexBuffer::setPositionBackup(QVector3D* positions)
 {
-    if (!d->hasPositionBackup) {
+    if (!d->hasPositionBackup || d->backupSize < d->numVertices) {
         d->positionBackup = std::make_unique<QVector3D[]>(static_cast<size_t>(d->numVertices));
+        d->backupSize = d->numVertices;
         d->hasPositionBackup = true;
     }
     std::copy_n(positions, d->numVertices, d->positionBackup.get());

@@ -68,7 +68,7 @@ public:
     ~VertexBuffer();
 
     /// Makes room for `numVertices` zeroed vertices; always true. A second call makes a new GL
-    /// buffer and forgets the old one without deleting it; the position backup is gone.
+    /// buffer and forgets the old one without deleting it; the position backup stays as it is.
     bool createVertexBuffer(int numVertices, const VertexDeclaration& declaration);
 
     /// The copy in memory, numVertices() × getVertexSize() bytes, to write to; unlock() uploads it.
@@ -89,6 +89,8 @@ public:
 
     /// Keeps a copy of numVertices() positions for callers that rewrite them. Never read here.
     void setPositionBackup(QVector3D* positions);
+    /// As many positions as there were vertices when they were set; null before. Valid until the
+    /// last handle goes, or until more positions are set than it has room for.
     QVector3D* getPositionBackup() const;
     bool hasPositionBackup() const;
 

@@ -7,6 +7,10 @@
 #include <QTime>
 
 #include <optional>
+#include <type_traits>
+
+// A value like its two clocks: nothing is to be done when one goes.
+static_assert(std::is_trivially_destructible_v<TimeStep>);
 
 namespace {
 /// What every QTime in this binary reads, when set: the toolkit's own never turns negative.

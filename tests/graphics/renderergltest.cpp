@@ -225,7 +225,8 @@ private slots:
     void loadShaderSaysWhatItDoes();
     void loadShaderLinksAtTheFirstDraw();
     void loadShaderReplaces();
-    void loadShaderReplacesTheCurrentOne();
+    void replacedShaderStaysCurrent_data();
+    void replacedShaderStaysCurrent();
 
     void enableShaderMakesItCurrent();
     void unknownShaderIsTheDefaultOne();
@@ -443,16 +444,47 @@ void RendererGlTest::loadShaderReplaces()
     QCOMPARE(m_renderer->d->currentProgram, &m_renderer->d->defaultProgram);
 }
 
-void RendererGlTest::loadShaderReplacesTheCurrentOne()
+void RendererGlTest::replacedShaderStaysCurrent_data()
 {
-    m_renderer->loadShader("look", VERTEX_FILE, FRAGMENT_FILE);
+    QTest::addColumn<bool>("held");
+    QTest::addColumn<int>("times");
+    QTest::newRow("held by its loader") << true << 1;
+    QTest::newRow("held by nobody else") << false << 1;
+    QTest::newRow("held by nobody else, twice") << false << 2;
+}
+
+void RendererGlTest::replacedShaderStaysCurrent()
+{
+    QFETCH(bool, held);
+    QFETCH(int, times);
+    QSharedPointer<QGLShaderProgram> first =
+        m_renderer->loadShader("look", VERTEX_FILE, FRAGMENT_FILE);
+    const QWeakPointer<QGLShaderProgram> watched(first);
     m_renderer->enableShader("look");
-    const QSharedPointer<QGLShaderProgram> second =
-        m_renderer->loadShader("look", VERTEX_FILE, ":/shaders/default_fs.glsl");
     Quad quad(0xFFFFFFFF, -1, -1, 1, 1);
     quad.render(m_renderer.get());
-    // The first one is gone, and a draw through it would be one through freed memory.
-    QCOMPARE(current(GL_CURRENT_PROGRAM), static_cast<GLint>(second->programId()));
+    const auto program = static_cast<GLint>(first->programId());
+    if (!held) {
+        first.reset();
+    }
+    QSharedPointer<QGLShaderProgram> last;
+    for (int i = 0; i < times; ++i) {
+        last = m_renderer->loadShader("look", VERTEX_FILE, ":/shaders/default_fs.glsl");
+    }
+    // A draw through one that is gone would be one through freed memory.
+    QVERIFY(watched);
+    quad.render(m_renderer.get());
+    QCOMPARE(current(GL_CURRENT_PROGRAM), program);
+    QVERIFY(m_renderer->d->userShaderActive);
+
+    m_renderer->enableShader("look");
+    quad.render(m_renderer.get());
+    QCOMPARE(current(GL_CURRENT_PROGRAM), static_cast<GLint>(last->programId()));
+    // Replaced in its turn, that one is the one to be kept, and the first goes.
+    m_renderer->loadShader("look", VERTEX_FILE, FRAGMENT_FILE);
+    QCOMPARE(watched.isNull(), !held);
+    m_renderer->reset();
+    QCOMPARE(m_renderer->d->currentProgram, &m_renderer->d->defaultProgram);
 }
 
 void RendererGlTest::enableShaderMakesItCurrent()

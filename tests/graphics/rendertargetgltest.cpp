@@ -217,12 +217,18 @@ void RenderTargetGlTest::secondInitForgetsTheFirst()
     RenderTarget target;
     target.init(120, 80);
     const std::unique_ptr<QGLFramebufferObject> first(target.fbo());
+    const GLuint texture = target.textureId();
     target.init(40, 30);
     QVERIFY(target.fbo() != first.get());
     QCOMPARE(target.width(), 40);
-    // Whoever took it may still be drawing to it.
+    // Whoever took it has it still. Nobody took its texture.
     QVERIFY(glIsFramebuffer(first->handle()));
     QCOMPARE(first->size(), QSize(120, 80));
+    QVERIFY(!glIsTexture(texture));
+    const Texture2d taken = target.texture();
+    const std::unique_ptr<QGLFramebufferObject> second(target.fbo());
+    target.init(20, 10);
+    QVERIFY(glIsTexture(taken.textureId()));
 }
 
 void RenderTargetGlTest::painterDraws()

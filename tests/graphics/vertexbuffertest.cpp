@@ -67,7 +67,8 @@ private slots:
     void assignmentDeletesTheFormer();
     void secondCreateForgetsTheName();
     void positionBackup();
-    void newBufferHasNoOldBackup();
+    void backupOutlivesASecondCreate_data();
+    void backupOutlivesASecondCreate();
     void copiesShareThePositionBackup();
     void dirtyOnceCreated();
     void setDirtyMarks();
@@ -464,19 +465,46 @@ void VertexBufferTest::positionBackup()
     QCOMPARE(backup[2], QVector3D(-1, -1, -1));
 }
 
-void VertexBufferTest::newBufferHasNoOldBackup()
+void VertexBufferTest::backupOutlivesASecondCreate_data()
 {
+    QTest::addColumn<int>("count");
+    QTest::addColumn<int>("newCount");
+    QTest::addColumn<bool>("madeAnew");
+    QTest::newRow("as many vertices") << 2 << 2 << false;
+    QTest::newRow("fewer") << 3 << 1 << false;
+    // What there was room for is too little: the copy would run over its end.
+    QTest::newRow("more") << 1 << 3 << true;
+    QTest::newRow("some after none") << 0 << 3 << true;
+}
+
+void VertexBufferTest::backupOutlivesASecondCreate()
+{
+    QFETCH(int, count);
+    QFETCH(int, newCount);
+    QFETCH(bool, madeAnew);
     VertexBuffer buffer;
-    buffer.createVertexBuffer(1, quadDeclaration());
+    buffer.createVertexBuffer(count, quadDeclaration());
     unsigned int first = buffer.id();
     QVector3D positions[] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
     buffer.setPositionBackup(positions);
-    buffer.createVertexBuffer(3, quadDeclaration());
-    QVERIFY(!buffer.hasPositionBackup());
-    QVERIFY(buffer.getPositionBackup() == nullptr);
-    buffer.setPositionBackup(positions);
-    QCOMPARE(buffer.getPositionBackup()[2], QVector3D(7, 8, 9));
+    QVector3D* backup = buffer.getPositionBackup();
+
+    buffer.createVertexBuffer(newCount, quadDeclaration());
     glDeleteBuffers(1, &first);
+    QVERIFY(buffer.hasPositionBackup());
+    QCOMPARE(buffer.getPositionBackup(), backup);
+    for (int i = 0; i < count; ++i) {
+        QCOMPARE(backup[i], positions[i]);
+    }
+
+    for (QVector3D& position : positions) {
+        position *= 10;
+    }
+    buffer.setPositionBackup(positions);
+    QCOMPARE(buffer.getPositionBackup() != backup, madeAnew);
+    for (int i = 0; i < newCount; ++i) {
+        QCOMPARE(buffer.getPositionBackup()[i], positions[i]);
+    }
 }
 
 void VertexBufferTest::copiesShareThePositionBackup()

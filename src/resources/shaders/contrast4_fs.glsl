@@ -4,7 +4,7 @@ uniform sampler2D s_texture;
 varying highp vec4 m_color;
 varying highp vec2 m_texCoord;
 
-// A faint shimmer: the same idea as contrast3, a twentieth as far.
+// A faint shimmer: the same idea as contrast3, a twentieth as far across, an eighth as far up.
 void main()
 {
     mediump vec4 tc = texture2D(s_texture, m_texCoord);
