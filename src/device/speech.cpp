@@ -27,7 +27,7 @@ Speech::SpeechPrivate::SpeechPrivate() : unused(0), gapOption(" -g0 "), speedOpt
 
 Speech::Speech() : d(new SpeechPrivate)
 {
-    platform::reportStartFailure(&d->thread.process);
+    platform::reportSpeechFailures(&d->thread.process);
 }
 
 Speech::~Speech() = default;

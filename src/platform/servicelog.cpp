@@ -8,6 +8,8 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+#include <memory>
+
 Q_LOGGING_CATEGORY(lcPlatform, "pixmoth.platform")
 
 namespace platform {
@@ -30,15 +32,27 @@ void reportPlaybackErrors(QMediaPlayer* player)
         });
 }
 
-void reportStartFailure(QProcess* process)
+void reportSpeechFailures(QProcess* process)
 {
+    const auto tell = [process, told = std::make_shared<bool>(false)](const QString& what) {
+        if (!*told) {
+            *told = true;
+            qCWarning(lcPlatform, "No speech: %s %s", qUtf8Printable(process->program()),
+                      qUtf8Printable(what));
+        }
+    };
     QObject::connect(process, &QProcess::errorOccurred, process,
-                     [process, told = false](QProcess::ProcessError error) mutable {
-                         if (error == QProcess::FailedToStart && !told) {
-                             told = true;
-                             qCWarning(lcPlatform, "No speech: %s cannot be started (%s)",
-                                       qUtf8Printable(process->program()),
-                                       qUtf8Printable(process->errorString()));
+                     [process, tell](QProcess::ProcessError error) {
+                         if (error == QProcess::FailedToStart) {
+                             tell("cannot be started (" + process->errorString() + ")");
+                         }
+                     });
+    QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished),
+                     process, [tell](int code, QProcess::ExitStatus status) {
+                         if (status == QProcess::CrashExit) {
+                             tell("crashed");
+                         } else if (code != 0) {
+                             tell("ended with code " + QString::number(code));
                          }
                      });
 }

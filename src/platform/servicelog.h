@@ -19,8 +19,9 @@ void reportNoPicture(const QString& reason);
 /// Tells, once, when the player cannot play what it was given. The player outlives nothing here.
 void reportPlaybackErrors(QMediaPlayer* player);
 
-/// Tells, once for the life of `process`, that its program could not be started.
-void reportStartFailure(QProcess* process);
+/// Tells, once for the life of `process`, that its program could not be started, ended with an
+/// error, or crashed.
+void reportSpeechFailures(QProcess* process);
 
 /// Tells that the address book gave no name; `error` is the store's own number, 0 for an empty one.
 /// Of our own store nothing is told: it knows better why, and has said so.

@@ -16,11 +16,12 @@ class ServiceLogTest : public QObject
 
 private slots:
     void startFailureIsTold();
-    void startFailureIsToldOnce();
+    void failureIsToldOnce_data();
+    void failureIsToldOnce();
     void startFailureNamesTheProgram_data();
     void startFailureNamesTheProgram();
-    void otherFailuresOfAProcessAreNotTold_data();
-    void otherFailuresOfAProcessAreNotTold();
+    void failureIsTold_data();
+    void failureIsTold();
     void eachProcessIsToldOf();
     void playbackErrorIsToldOnce();
     void playbackErrorNamesTheFile_data();
@@ -36,7 +37,7 @@ void ServiceLogTest::startFailureIsTold()
 {
     LogCapture log;
     QProcess process;
-    platform::reportStartFailure(&process);
+    platform::reportSpeechFailures(&process);
     QCOMPARE(log.platformLines(), QStringList());
     process.start("/nonexistent/espeak", QStringList());
     QTRY_COMPARE(process.state(), QProcess::NotRunning);
@@ -46,15 +47,35 @@ void ServiceLogTest::startFailureIsTold()
     QCOMPARE(log.lines(), QStringList());
 }
 
-void ServiceLogTest::startFailureIsToldOnce()
+void ServiceLogTest::failureIsToldOnce_data()
 {
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QString>("command");
+    QTest::newRow("cannot be started") << "/nonexistent/espeak"
+                                       << "";
+    QTest::newRow("exits with an error") << "sh"
+                                         << "exit 3";
+    QTest::newRow("is killed") << "sh"
+                               << "kill -KILL $$";
+}
+
+void ServiceLogTest::failureIsToldOnce()
+{
+    QFETCH(QString, program);
+    QFETCH(QString, command);
     LogCapture log;
     QProcess process;
-    platform::reportStartFailure(&process);
+    platform::reportSpeechFailures(&process);
     for (int i = 0; i < 3; ++i) {
-        process.start("/nonexistent/espeak", QStringList());
+        process.start(program, {"-c", command});
         QTRY_COMPARE(process.state(), QProcess::NotRunning);
     }
+    QCOMPARE(log.platformLines().size(), 1);
+    // Nor is another failure of the same process told after it.
+    process.start("/nonexistent/espeak", QStringList());
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
+    process.start("sh", {"-c", "exit 1"});
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
     QCOMPARE(log.platformLines().size(), 1);
 }
 
@@ -70,7 +91,7 @@ void ServiceLogTest::startFailureNamesTheProgram()
     QFETCH(QString, program);
     LogCapture log;
     QProcess process;
-    platform::reportStartFailure(&process);
+    platform::reportSpeechFailures(&process);
     process.start(program, QStringList());
     QTRY_COMPARE(process.state(), QProcess::NotRunning);
     QCOMPARE(log.platformLines().size(), 1);
@@ -78,26 +99,32 @@ void ServiceLogTest::startFailureNamesTheProgram()
              qPrintable(log.platformLines().first()));
 }
 
-void ServiceLogTest::otherFailuresOfAProcessAreNotTold_data()
+void ServiceLogTest::failureIsTold_data()
 {
     QTest::addColumn<QString>("command");
-    QTest::newRow("exits with an error") << "exit 3";
-    QTest::newRow("is killed") << "kill -KILL $$";
+    QTest::addColumn<QStringList>("lines");
+    QTest::newRow("does well") << "exit 0" << QStringList();
+    QTest::newRow("exits with an error")
+        << "exit 3" << QStringList{"No speech: sh ended with code 3"};
+    QTest::newRow("is killed") << "kill -KILL $$" << QStringList{"No speech: sh crashed"};
+    QTest::newRow("crashes") << "ulimit -c 0; kill -SEGV $$"
+                             << QStringList{"No speech: sh crashed"};
 }
 
-void ServiceLogTest::otherFailuresOfAProcessAreNotTold()
+void ServiceLogTest::failureIsTold()
 {
     QFETCH(QString, command);
+    QFETCH(QStringList, lines);
     LogCapture log;
     QProcess process;
-    platform::reportStartFailure(&process);
+    platform::reportSpeechFailures(&process);
+    // Doing well is no news, and takes nothing from what is.
+    process.start("true", QStringList());
+    QTRY_COMPARE(process.state(), QProcess::NotRunning);
     process.start("sh", {"-c", command});
     QTRY_COMPARE(process.state(), QProcess::NotRunning);
-    QCOMPARE(log.platformLines(), QStringList());
-    // Nor do they take the place of the one that is.
-    process.start("/nonexistent/espeak", QStringList());
-    QTRY_COMPARE(process.state(), QProcess::NotRunning);
-    QCOMPARE(log.platformLines().size(), 1);
+    QCOMPARE(log.platformLines(), lines);
+    QCOMPARE(log.lines(), QStringList());
 }
 
 void ServiceLogTest::eachProcessIsToldOf()
@@ -105,7 +132,7 @@ void ServiceLogTest::eachProcessIsToldOf()
     LogCapture log;
     for (int i = 0; i < 2; ++i) {
         QProcess process;
-        platform::reportStartFailure(&process);
+        platform::reportSpeechFailures(&process);
         process.start("/nonexistent/espeak", QStringList());
         QTRY_COMPARE(process.state(), QProcess::NotRunning);
     }
