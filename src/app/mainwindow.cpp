@@ -3,6 +3,8 @@
 #include "app/demowindow.h"
 #include "ui_mainwindow.h"
 
+#include <QScreen>
+
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
 {
     ui->setupUi(this);
@@ -21,6 +23,8 @@ MainWindow::~MainWindow()
 void MainWindow::playGl()
 {
     demoWindow->showFullScreen();
+    // To be full screen is a wish, which without a window manager nobody grants.
+    setGeometry(screen()->geometry());
 }
 
 void MainWindow::keyPressEvent(QKeyEvent*)

@@ -20,7 +20,8 @@ public:
     /// Safe also when the GL surface never came to life.
     ~MainWindow() override;
 
-    /// Shows the GL surface full screen.
+    /// Shows the GL surface full screen: it and the window around it fill the screen, also where no
+    /// window manager sees to that.
     void playGl();
 
 protected:

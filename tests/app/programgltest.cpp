@@ -27,6 +27,8 @@ private slots:
     void endsWithoutUsableGl_data();
     void endsWithoutUsableGl();
     void playsOnWithoutPictures();
+    void fillsTheScreenWithoutWindowManager_data();
+    void fillsTheScreenWithoutWindowManager();
 
 private:
     void start(QProcess& program, const QProcessEnvironment& environment);
@@ -241,6 +243,53 @@ void ProgramGlTest::playsOnWithoutPictures()
     QCOMPARE(log.count("vertex shader"), 1);
     QCOMPARE(log.count("BATTERY"), 1);
     QVERIFY2(!log.contains("Image size"), log);
+}
+
+void ProgramGlTest::fillsTheScreenWithoutWindowManager_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QString>("scale");
+    QTest::newRow("as large as the window") << QSize(800, 480) << "1";
+    QTest::newRow("larger") << QSize(1280, 720) << "1";
+    QTest::newRow("smaller") << QSize(640, 400) << "1";
+    QTest::newRow("larger, scaled by half") << QSize(1280, 720) << "1.5";
+    QTest::newRow("larger, scaled twice") << QSize(1280, 720) << "2";
+}
+
+void ProgramGlTest::fillsTheScreenWithoutWindowManager()
+{
+    QFETCH(QSize, size);
+    QFETCH(QString, scale);
+    const QByteArray wide = QByteArray::number(size.width());
+    const QByteArray high = QByteArray::number(size.height());
+    QProcess screen;
+    screen.start("Xvfb", {"-displayfd", "1", "-screen", "0", wide + 'x' + high + "x24", "-nolisten",
+                          "tcp", "-noreset"});
+    QVERIFY(screen.waitForReadyRead(10000));
+    QProcessEnvironment environment = quietEnvironment();
+    environment.insert("DISPLAY", ":" + screen.readLine().trimmed());
+    environment.insert("QT_SCALE_FACTOR", scale);
+    QProcess program;
+    start(program, environment);
+
+    // The window and the surface within it, whatever their size is in the toolkit's own pixels.
+    const QByteArray whole = "X=0\nY=0\nWIDTH=" + wide + "\nHEIGHT=" + high + '\n';
+    QByteArray found;
+    QElapsedTimer limit;
+    limit.start();
+    while (found.count(whole) != 2 && limit.elapsed() < 15000) {
+        QProcess look;
+        look.setProcessEnvironment(environment);
+        look.start("xdotool", {"search", "--onlyvisible", "--class", "pixmoth", "getwindowgeometry",
+                               "--shell", "%@"});
+        look.waitForFinished();
+        found = look.readAllStandardOutput();
+    }
+    program.terminate();
+    program.waitForFinished();
+    screen.terminate();
+    screen.waitForFinished();
+    QVERIFY2(found.count(whole) == 2, found);
 }
 
 QTEST_GUILESS_MAIN(ProgramGlTest)
