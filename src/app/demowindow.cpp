@@ -74,7 +74,8 @@ void DemoWindow::paintGL()
 void DemoWindow::giveUp()
 {
     platform::reportNoPicture(platform::glProblem(this));
-    // By way of the event loop: it may not have begun, and an exit before it would be forgotten.
-    QMetaObject::invokeMethod(
-        qApp, [] { QCoreApplication::exit(EXIT_FAILURE); }, Qt::QueuedConnection);
+    // Again and again: an exit before the event loop has begun is forgotten.
+    auto* insistence = new QTimer(this);
+    connect(insistence, &QTimer::timeout, [] { QCoreApplication::exit(EXIT_FAILURE); });
+    insistence->start(0);
 }

@@ -26,6 +26,7 @@ private slots:
     void endOfTheShowEndsTheLoop();
     void deathFreesTheShowWithItsContext();
     void boxWhileLoadingMakesNoSecondShow();
+    void givingUpOutlastsEventsBeforeTheLoop();
 };
 
 namespace {
@@ -212,6 +213,16 @@ void DemoWindowGlTest::boxWhileLoadingMakesNoSecondShow()
     QTRY_VERIFY(window.demoMain->d->partIndex == 0);
     QTRY_VERIFY(!glrecorder::calls().filter("glDraw").isEmpty());
     glrecorder::start(glrecorder::PassThrough);
+}
+
+void DemoWindowGlTest::givingUpOutlastsEventsBeforeTheLoop()
+{
+    DemoWindow window;
+    window.giveUp();
+    // As some platforms do when a window is shown.
+    QTest::qWait(20);
+    QTimer::singleShot(20000, [] { QCoreApplication::exit(99); });
+    QCOMPARE(QApplication::exec(), 1);
 }
 
 QTEST_MAIN(DemoWindowGlTest)

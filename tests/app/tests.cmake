@@ -2,7 +2,7 @@
 pixmoth_add_test(app demowindowgltest fakecontacts fakedeviceinfo glrecorder
   RUNS contextBringsTheShow resizeSetsTheViewportOnly surfaceThatWasNotToldIsWoken
     everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext
-    boxWhileLoadingMakesNoSecondShow)
+    boxWhileLoadingMakesNoSecondShow givingUpOutlastsEventsBeforeTheLoop)
 pixmoth_add_test(app mainwindowgltest fakecontacts logcapture)
 target_include_directories(mainwindowgltest PRIVATE
   ${PROJECT_BINARY_DIR}/src/pixmoth-show_autogen/include)
