@@ -117,7 +117,9 @@ void DemoMain::init()
     d->player = new QMediaPlayer(d->widget);
     platform::reportPlaybackErrors(d->player);
     platform::reportMissingSound();
-    d->player->setMedia(QUrl::fromLocalFile(MUSIC_FILE));
+    if (platform::canBePlayed(MUSIC_FILE)) {
+        d->player->setMedia(QUrl::fromLocalFile(MUSIC_FILE));
+    }
 
     d->buildRays();
     d->friends.query();

@@ -10,13 +10,10 @@
 /// The buses that the show finds its services on. Everything here is for the GUI thread.
 namespace platform {
 
-/// The system's and the session's bus; an unconnected one where there is no such bus, or where its
-/// daemon gives no sign of life within 100 ms. Each is looked for once in the life of the process.
+/// The system's and the session's bus; an unconnected one where there is no such bus. A frozen
+/// daemon would hold the first call for 25 s: see avoidSilentServers().
 QDBusConnection systemBus();
 QDBusConnection sessionBus();
-
-/// Whether there is a session's bus to connect to.
-bool sessionBusIsAlive();
 
 /// What an object manager tells of its objects: the properties by interface by path.
 using ManagedObjects = QMap<QDBusObjectPath, QMap<QString, QVariantMap>>;

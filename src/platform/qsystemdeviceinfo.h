@@ -12,8 +12,7 @@ namespace QtMobility {
 ///
 /// Construction may wait for UPower, for 200 ms at most, and for the modem's service, for 150 ms;
 /// later news comes through the event loop. What is missing has been told when it ends, so that
-/// whoever logs the answers has its lines together. Nothing fails where bus or service are missing;
-/// a bus that hangs is given up after 100 ms.
+/// whoever logs the answers has its lines together. Nothing fails where bus or service are missing.
 class QSystemDeviceInfo : public QObject
 {
     Q_OBJECT

@@ -20,8 +20,8 @@ public:
     explicit QSystemScreenSaver(QObject* parent = nullptr);
     ~QSystemScreenSaver() override;
 
-    /// Asks for the inhibition and returns at once: false where there is no session bus to ask, or
-    /// none that answers within 100 ms. A second call while the first is in force changes nothing.
+    /// Asks for the inhibition and returns at once: false where there is no session bus to ask. A
+    /// second call while the first is in force changes nothing.
     bool setScreenSaverInhibit();
 
     /// True once a service has granted the inhibition.

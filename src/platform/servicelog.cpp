@@ -6,7 +6,6 @@
 #include <QFileInfo>
 #include <QMediaPlayer>
 #include <QProcess>
-#include <QStandardPaths>
 
 #include <memory>
 
@@ -30,6 +29,16 @@ void reportPlaybackErrors(QMediaPlayer* player)
                           qUtf8Printable(player->media().request().url().toLocalFile()));
             }
         });
+}
+
+bool canBePlayed(const QString& path)
+{
+    const QFileInfo file(path);
+    if (file.exists() && !file.isFile()) {
+        qCWarning(lcPlatform, "No music: %s is no regular file", qUtf8Printable(path));
+        return false;
+    }
+    return true;
 }
 
 void reportSpeechFailures(QProcess* process)
@@ -68,8 +77,9 @@ void reportNoContacts(const QString& backEnd, int error)
 void reportMissingSound()
 {
     const bool card = !QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System | QDir::Files).isEmpty();
-    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    const bool server = qEnvironmentVariableIsSet("PULSE_SERVER") ||
+    // Not by the toolkit, which makes a folder in the temporary one where none is told of.
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const bool server = !qEnvironmentVariableIsEmpty("PULSE_SERVER") ||
                         QFileInfo::exists(runtime + "/pulse/native") ||
                         QFileInfo::exists(runtime + "/pipewire-0");
     if (!card && !server) {

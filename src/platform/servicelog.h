@@ -19,6 +19,11 @@ void reportNoPicture(const QString& reason);
 /// Tells, once, when the player cannot play what it was given. The player outlives nothing here.
 void reportPlaybackErrors(QMediaPlayer* player);
 
+/// Whether the player may be given the file. It would wait for ever to open a pipe that nobody
+/// writes to, so what is there and is no regular file is told and kept from it. One that is missing
+/// is not: the player itself tells that.
+bool canBePlayed(const QString& path);
+
 /// Tells, once for the life of `process`, that its program could not be started, ended with an
 /// error, or crashed.
 void reportSpeechFailures(QProcess* process);

@@ -1,75 +1,95 @@
 #include "platform/silentservers.h"
 
-#include "platform/busconnection.h"
-#include "platform/knock.h"
+#include "platform/inquiry.h"
 #include "platform/servicelog.h"
 
 #include <QByteArray>
-#include <QtEndian>
+#include <QDBusConnection>
+#include <QDeadlineTimer>
+#include <QFile>
+
+#include <pulse/context.h>
+#include <pulse/mainloop.h>
+
+#include <memory>
 
 namespace platform {
 
 namespace {
 
-const char NOWHERE[] = "unix:path=/nonexistent";
+const char SESSION_BUS[] = "DBUS_SESSION_BUS_ADDRESS";
+const char SYSTEM_BUS[] = "DBUS_SYSTEM_BUS_ADDRESS";
+const char SOUND_SERVER[] = "PULSE_SERVER";
+
+const char NO_BUS[] = "unix:path=/nonexistent";
 const char NO_SOUND_SERVER[] = "unix:/nonexistent";
-const int SOUND_SERVER_MS = 2000;
 
-/// The socket of the PulseAudio server, or of what stands in for it; empty for one that is not on
-/// this machine or is not told of in the usual places.
-QByteArray soundServerSocket()
+/// Long enough for a server that is started by its first guest, on a busy machine. Short enough
+/// that with all that may come after it (0.9 s for an address book, 0.35 s for the power and the
+/// modem) the first frame is there within three seconds.
+const int ANSWER_MS = 1200;
+
+/// The session's bus, told or in its usual place. By an address of the kind "autolaunch" the bus
+/// library would start a bus of its own.
+QByteArray sessionBusAddress()
 {
-    QByteArray told = qgetenv("PULSE_SERVER");
-    if (told.isEmpty()) {
-        const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
-        return runtime.isEmpty() ? runtime : runtime + "/pulse/native";
+    QByteArray address;
+    for (const QByteArray& told : qgetenv(SESSION_BUS).split(';')) {
+        if (!told.isEmpty() && !told.startsWith("autolaunch:")) {
+            address += (address.isEmpty() ? "" : ";") + told;
+        }
     }
-    if (told.startsWith('{')) {
-        told.remove(0, told.indexOf('}') + 1); // The machine that the address is for.
+    const QByteArray runtime = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray usual = runtime + "/bus";
+    if (qEnvironmentVariableIsEmpty(SESSION_BUS) && !runtime.isEmpty() &&
+        QFile::exists(QFile::decodeName(usual))) {
+        address = "unix:path=" + usual.toPercentEncoding("/", "~");
     }
-    if (told.startsWith("unix:")) {
-        told.remove(0, 5);
-    }
-    return told.startsWith('/') ? told : QByteArray();
+    return address.isEmpty() ? NO_BUS : address;
 }
 
-void appendNumber(QByteArray& packet, quint32 number)
+void askBus(QDBusConnection::BusType type)
 {
-    number = qToBigEndian(number);
-    packet.append(reinterpret_cast<const char*>(&number), sizeof number);
+    QDBusConnection::connectToBus(type, "question");
 }
 
-/// PulseAudio's first words: an AUTH of protocol 13 with an empty cookie. The server knows its
-/// user by the socket, or declines; either is an answer.
-QByteArray soundServerHello()
+/// Finds the server as the player will, by the library's own rules, but starts none.
+void askSoundServer()
 {
-    const int cookieSize = 256;
-    QByteArray words;
-    for (quint32 number : {8u, 0u, 13u}) { // AUTH, number of the call, version.
-        words.append('L');
-        appendNumber(words, number);
+    const std::unique_ptr<pa_mainloop, decltype(&pa_mainloop_free)> loop(pa_mainloop_new(),
+                                                                         pa_mainloop_free);
+    const std::unique_ptr<pa_context, decltype(&pa_context_unref)> context(
+        pa_context_new(pa_mainloop_get_api(loop.get()), "pixmoth"), pa_context_unref);
+    pa_context_connect(context.get(), nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr);
+    while (PA_CONTEXT_IS_GOOD(pa_context_get_state(context.get())) &&
+           pa_context_get_state(context.get()) != PA_CONTEXT_READY) {
+        pa_mainloop_iterate(loop.get(), 1, nullptr);
     }
-    words.append('x');
-    appendNumber(words, cookieSize);
-    words.append(QByteArray(cookieSize, '\0'));
-
-    QByteArray packet;
-    for (quint32 number : {static_cast<quint32>(words.size()), 0xFFFFFFFFu, 0u, 0u, 0u}) {
-        appendNumber(packet, number); // Size, no stream, no offset in two words, no flags.
-    }
-    return packet + words;
 }
 
 } // namespace
 
 void avoidSilentServers()
 {
-    if (!sessionBusIsAlive()) {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", NOWHERE);
+    // The toolkit would wait for it as well, and a show has nothing to save when a session ends.
+    qunsetenv("SESSION_MANAGER");
+    qputenv(SESSION_BUS, sessionBusAddress());
+
+    const QDeadlineTimer deadline(ANSWER_MS, Qt::PreciseTimer);
+    const Inquiry sessionBus([] { askBus(QDBusConnection::SessionBus); });
+    const Inquiry systemBus([] { askBus(QDBusConnection::SystemBus); });
+    const Inquiry soundServer(askSoundServer);
+    if (!sessionBus.isOverBy(deadline)) {
+        qCWarning(lcPlatform, "The session bus does not answer: going on without it");
+        qputenv(SESSION_BUS, NO_BUS);
     }
-    if (knock(soundServerSocket(), soundServerHello(), SOUND_SERVER_MS) == Life::Silent) {
+    if (!systemBus.isOverBy(deadline)) {
+        qCWarning(lcPlatform, "The system bus does not answer: going on without it");
+        qputenv(SYSTEM_BUS, NO_BUS);
+    }
+    if (!soundServer.isOverBy(deadline)) {
         qCWarning(lcPlatform, "No sound: the sound server does not answer");
-        qputenv("PULSE_SERVER", NO_SOUND_SERVER);
+        qputenv(SOUND_SERVER, NO_SOUND_SERVER);
     }
 }
 

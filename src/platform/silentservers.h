@@ -2,12 +2,15 @@
 
 namespace platform {
 
-/// Hides from this process the session's bus and the sound server where they do not answer: the
-/// toolkit and the player would wait for them, 25 s for the one and for ever for the other. Where
-/// no bus is told of, it keeps the bus library from starting one, on which nobody else would be,
-/// and which would outlive the show. Call it once, before anything that looks for them.
+/// Hides from this process, and from those it starts, the session's bus, the system's bus and the
+/// sound server where they do not answer: the toolkit and the player would wait for them, for
+/// minutes or for ever. Each is told in one line. All are asked at once and have 1.2 s together;
+/// one that is not there, or hangs up, is left alone, since nobody waits for it.
 ///
-/// A bus has 100 ms to answer, a sound server 2 s, since a connection may be what starts it.
+/// Where no bus is told of, it keeps the bus library from starting one, on which nobody else would
+/// be, and which would outlive the show. Nor is the session's manager looked for.
+///
+/// Call it once, before anything that looks for them, and while there are no other threads.
 void avoidSilentServers();
 
 } // namespace platform

@@ -1,6 +1,7 @@
-// Makes use of the platform as the show does and tells what comes of it, one "word value" a line:
+// Makes use of the platform as the show does, having avoided the silent servers like the show, and
+// tells what comes of it, one "word value" a line:
 //   platformprobe buses        looks for the buses
-//   platformprobe servers      avoids the silent ones
+//   platformprobe servers      tells what has become of the silent ones
 //   platformprobe contacts     reads the address book
 //   platformprobe friends      has the show read its friends
 //   platformprobe power        watches battery and power; "ask" on standard input asks for both
@@ -98,14 +99,13 @@ int buses()
     return 0;
 }
 
-int servers()
+int servers(qint64 ms)
 {
-    QElapsedTimer timer;
-    timer.start();
-    platform::avoidSilentServers();
     tell("bus", qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
+    tell("system", qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"));
     tell("sound", qEnvironmentVariable("PULSE_SERVER"));
-    tell("ms", timer.elapsed());
+    tell("manager", qEnvironmentVariable("SESSION_MANAGER"));
+    tell("ms", ms);
     return 0;
 }
 
@@ -219,15 +219,19 @@ int inhibit()
 
 int main(int argc, char* argv[])
 {
+    qSetMessagePattern("%{category}: %{message}");
+    QElapsedTimer timer;
+    timer.start();
+    platform::avoidSilentServers();
+    const qint64 ms = timer.elapsed();
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");
-    qSetMessagePattern("%{category}: %{message}");
     const QString what = application.arguments().value(1);
     if (what == "buses") {
         return buses();
     }
     if (what == "servers") {
-        return servers();
+        return servers(ms);
     }
     if (what == "contacts") {
         return contacts();

@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QUrl>
 
+#include <sys/stat.h>
+
 class ServiceLogTest : public QObject
 {
     Q_OBJECT
@@ -31,6 +33,9 @@ private slots:
     void noContacts();
     void missingSound_data();
     void missingSound();
+    void lookingForSoundMakesNoFolder();
+    void fileForThePlayer_data();
+    void fileForThePlayer();
 };
 
 void ServiceLogTest::startFailureIsTold()
@@ -218,19 +223,20 @@ void ServiceLogTest::noContacts()
 
 void ServiceLogTest::missingSound_data()
 {
-    QTest::addColumn<bool>("server");
+    QTest::addColumn<QByteArray>("server"); // Null for none.
     QTest::addColumn<QString>("socket");
     QTest::addColumn<bool>("told");
-    QTest::newRow("nothing there") << false << "" << true;
-    QTest::newRow("server named") << true << "" << false;
-    QTest::newRow("PulseAudio") << false << "pulse/native" << false;
-    QTest::newRow("PipeWire") << false << "pipewire-0" << false;
-    QTest::newRow("something else") << false << "pulse/pid" << true;
+    QTest::newRow("nothing there") << QByteArray() << "" << true;
+    QTest::newRow("server named") << QByteArray("unix:/nonexistent") << "" << false;
+    QTest::newRow("server without a name") << QByteArray("") << "" << true;
+    QTest::newRow("PulseAudio") << QByteArray() << "pulse/native" << false;
+    QTest::newRow("PipeWire") << QByteArray() << "pipewire-0" << false;
+    QTest::newRow("something else") << QByteArray() << "pulse/pid" << true;
 }
 
 void ServiceLogTest::missingSound()
 {
-    QFETCH(bool, server);
+    QFETCH(QByteArray, server);
     QFETCH(QString, socket);
     QFETCH(bool, told);
     if (!QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System).isEmpty()) {
@@ -244,10 +250,10 @@ void ServiceLogTest::missingSound()
         QVERIFY(QFile(runtime.filePath(socket)).open(QIODevice::WriteOnly));
     }
     qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
-    if (server) {
-        qputenv("PULSE_SERVER", "unix:/nonexistent");
-    } else {
+    if (server.isNull()) {
         qunsetenv("PULSE_SERVER");
+    } else {
+        qputenv("PULSE_SERVER", server);
     }
     LogCapture log;
     platform::reportMissingSound();
@@ -256,6 +262,52 @@ void ServiceLogTest::missingSound()
     const QStringList line = {"No sound: neither a sound card nor a sound server is there"};
     QCOMPARE(log.platformLines(), told ? line : QStringList());
     QCOMPARE(log.lines(), QStringList());
+}
+
+void ServiceLogTest::lookingForSoundMakesNoFolder()
+{
+    const QByteArray ourRuntime = qgetenv("XDG_RUNTIME_DIR");
+    const QByteArray ourTemporary = qgetenv("TMPDIR");
+    QTemporaryDir temporary;
+    qunsetenv("XDG_RUNTIME_DIR");
+    qputenv("TMPDIR", QFile::encodeName(temporary.path()));
+    LogCapture log;
+    platform::reportMissingSound();
+    qputenv("XDG_RUNTIME_DIR", ourRuntime);
+    ourTemporary.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", ourTemporary);
+    QCOMPARE(QDir(temporary.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+             QStringList());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void ServiceLogTest::fileForThePlayer_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("wanted");
+    QTest::newRow("file") << "file" << true;
+    QTest::newRow("link to a file") << "link" << true;
+    QTest::newRow("nothing there") << "missing" << true;
+    QTest::newRow("pipe") << "pipe" << false;
+    QTest::newRow("link to a pipe") << "pipelink" << false;
+    QTest::newRow("folder") << "." << false;
+    QTest::newRow("device") << "/dev/zero" << false;
+}
+
+void ServiceLogTest::fileForThePlayer()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, wanted);
+    QTemporaryDir folder;
+    const QDir dir(folder.path());
+    QVERIFY(QFile(dir.filePath("file")).open(QIODevice::WriteOnly));
+    QVERIFY(QFile::link(dir.filePath("file"), dir.filePath("link")));
+    QCOMPARE(::mkfifo(qPrintable(dir.filePath("pipe")), 0600), 0);
+    QVERIFY(QFile::link(dir.filePath("pipe"), dir.filePath("pipelink")));
+    LogCapture log;
+    const QString path = dir.filePath(name);
+    QCOMPARE(platform::canBePlayed(path), wanted);
+    QCOMPARE(log.platformLines(),
+             wanted ? QStringList() : QStringList{"No music: " + path + " is no regular file"});
 }
 
 QTEST_GUILESS_MAIN(ServiceLogTest)
