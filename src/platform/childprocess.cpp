@@ -6,10 +6,11 @@
 
 #include <csignal>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace platform {
 
-ChildProcess::ChildProcess(QObject* parent) : QProcess(parent)
+ChildProcess::ChildProcess(QObject* parent) : QProcess(parent), starter(::getpid())
 {
     // Our own address book is named there for ourselves; to another program the name means nothing.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -23,9 +24,23 @@ ChildProcess::ChildProcess(QObject* parent) : QProcess(parent)
     connect(this, &QProcess::readyReadStandardOutput, this, &QProcess::readAllStandardOutput);
 }
 
+ChildProcess::~ChildProcess()
+{
+    if (state() != NotRunning) {
+        // An end of our own making is nobody's news.
+        blockSignals(true);
+        kill();
+        waitForFinished();
+    }
+}
+
 void ChildProcess::setupChildProcess()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // Who died before that is told to nobody.
+    if (::getppid() != starter) {
+        ::_exit(1);
+    }
 }
 
 } // namespace platform

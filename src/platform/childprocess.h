@@ -2,6 +2,8 @@
 
 #include <QProcess>
 
+#include <sys/types.h>
+
 namespace platform {
 
 /// A process that does not outlive us, however we end: killed by a signal, or by a display that
@@ -15,9 +17,14 @@ class ChildProcess : public QProcess
 
 public:
     explicit ChildProcess(QObject* parent = nullptr);
+    /// Ends the process where it still runs, without a word.
+    ~ChildProcess() override;
 
 protected:
     void setupChildProcess() override;
+
+private:
+    const pid_t starter; ///< Whose death is to be the child's.
 };
 
 } // namespace platform
