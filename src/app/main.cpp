@@ -1,7 +1,14 @@
 #include "app/mainwindow.h"
+#include "platform/deadline.h"
 #include "platform/silentservers.h"
 
 #include <QApplication>
+
+namespace {
+/// The way out takes a tenth of a second. A sound server that has frozen would make it a minute and
+/// a half, with a black window, the voice still talking and the screen saver held off.
+const int WAY_OUT_MS = 1500;
+} // namespace
 
 int main(int argc, char* argv[])
 {
@@ -13,5 +20,7 @@ int main(int argc, char* argv[])
     window.show();
     window.showFullScreen();
     window.playGl();
-    return application.exec();
+    const int code = application.exec();
+    platform::endWithin(WAY_OUT_MS, code);
+    return code;
 }

@@ -1,15 +1,20 @@
 #include "platform/fakeservice.h"
 #include "platform/privatebus.h"
 
+#include <QDBusConnectionInterface>
+#include <QDBusReply>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLibraryInfo>
 #include <QProcess>
+#include <QStandardPaths>
+#include <QTcpServer>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <sys/stat.h>
 
 /// The program itself, as a user starts it, on the test's virtual screen.
 class ProgramGlTest : public QObject
@@ -29,13 +34,22 @@ private slots:
     void playsOnWithoutPictures();
     void fillsTheScreenWithoutWindowManager_data();
     void fillsTheScreenWithoutWindowManager();
+    void startsWithWhatIsSilent_data();
+    void startsWithWhatIsSilent();
+    void endsWithAFrozenServer_data();
+    void endsWithAFrozenServer();
 
 private:
-    void start(QProcess& program, const QProcessEnvironment& environment);
+    void start(QProcess& program, const QProcessEnvironment& environment,
+               const QString& path = PIXMOTH_PROGRAM);
+    /// Waits until the log has the text; what it has so far is in `log` and begins anew with each
+    /// start.
+    bool logHas(QProcess& program, const QByteArray& text);
     /// Presses a key whenever there is a window to take it, until the program has ended.
     bool endByKey(QProcess& program, const QString& key);
 
     QTemporaryDir folder;
+    QByteArray log;
 };
 
 namespace {
@@ -47,12 +61,24 @@ QProcessEnvironment quietEnvironment()
 
 } // namespace
 
-void ProgramGlTest::start(QProcess& program, const QProcessEnvironment& environment)
+void ProgramGlTest::start(QProcess& program, const QProcessEnvironment& environment,
+                          const QString& path)
 {
+    log.clear();
     program.setProcessEnvironment(environment);
     program.setProcessChannelMode(QProcess::MergedChannels);
-    program.start(PIXMOTH_PROGRAM, QStringList());
+    program.start(path, QStringList());
     QVERIFY(program.waitForStarted());
+}
+
+bool ProgramGlTest::logHas(QProcess& program, const QByteArray& text)
+{
+    return QTest::qWaitFor(
+        [&] {
+            log += program.readAll();
+            return log.contains(text);
+        },
+        15000);
 }
 
 bool ProgramGlTest::endByKey(QProcess& program, const QString& key)
@@ -104,14 +130,8 @@ void ProgramGlTest::playsOnWithout()
     QProcessEnvironment environment = quietEnvironment();
     environment.remove("PULSE_SERVER");
     start(program, environment);
-    QByteArray log;
-    QElapsedTimer limit;
-    limit.start();
     // The battery is the last thing told before the first frame.
-    while (!log.contains("BATTERY") && limit.elapsed() < 15000) {
-        program.waitForReadyRead(100);
-        log += program.readAll();
-    }
+    logHas(program, "BATTERY");
     QTest::qWait(300);
     QCOMPARE(program.state(), QProcess::Running);
     QVERIFY(endByKey(program, "Escape"));
@@ -156,7 +176,7 @@ void ProgramGlTest::deathOfTheScreenIsNoCrash()
     screen.kill();
     screen.waitForFinished();
     QVERIFY(program.waitForFinished(10000));
-    const QByteArray log = program.readAll();
+    log += program.readAll();
     QVERIFY2(program.exitStatus() == QProcess::NormalExit, log);
     QVERIFY2(!log.contains("Sanitizer"), log);
 }
@@ -290,6 +310,167 @@ void ProgramGlTest::fillsTheScreenWithoutWindowManager()
     screen.terminate();
     screen.waitForFinished();
     QVERIFY2(found.count(whole) == 2, found);
+}
+
+void ProgramGlTest::startsWithWhatIsSilent_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("silent"); // Variables of the environment; %1 stands for a port.
+    QTest::addColumn<QByteArray>("line");
+    const QString bus("tcp:host=127.0.0.1,port=%1");
+    QTest::newRow("session manager")
+        << PIXMOTH_PROGRAM << QStringList{"SESSION_MANAGER=tcp/127.0.0.1:%1"} << QByteArray();
+    QTest::newRow("pipe for music")
+        << PIPED_PROGRAM << QStringList() << QByteArray("beat.mp3 is no regular file");
+    QTest::newRow("session bus") << PIXMOTH_PROGRAM
+                                 << QStringList{"DBUS_SESSION_BUS_ADDRESS=" + bus}
+                                 << QByteArray("The session bus does not answer");
+    QTest::newRow("system bus") << PIXMOTH_PROGRAM << QStringList{"DBUS_SYSTEM_BUS_ADDRESS=" + bus}
+                                << QByteArray("The system bus does not answer");
+    QTest::newRow("sound server") << PIXMOTH_PROGRAM << QStringList{"PULSE_SERVER=tcp:127.0.0.1:%1"}
+                                  << QByteArray("the sound server does not answer");
+    QTest::newRow("all of it") << PIPED_PROGRAM
+                               << QStringList{"SESSION_MANAGER=tcp/127.0.0.1:%1",
+                                              "DBUS_SESSION_BUS_ADDRESS=" + bus,
+                                              "DBUS_SYSTEM_BUS_ADDRESS=" + bus,
+                                              "PULSE_SERVER=tcp:127.0.0.1:%1"}
+                               << QByteArray("the sound server does not answer");
+}
+
+void ProgramGlTest::startsWithWhatIsSilent()
+{
+    QFETCH(QString, program);
+    QFETCH(QStringList, silent);
+    QFETCH(QByteArray, line);
+    QDir().mkpath(PIPE_DIR);
+    const int made = ::mkfifo(PIPE_DIR "/beat.mp3", 0600);
+    QVERIFY(made == 0 || errno == EEXIST);
+    QTcpServer server; // It listens, and never takes a guest in.
+    QVERIFY(server.listen(QHostAddress::LocalHost));
+    QProcessEnvironment environment = quietEnvironment();
+    for (const QString& variable : silent) {
+        environment.insert(variable.section('=', 0, 0),
+                           variable.section('=', 1).arg(server.serverPort()));
+    }
+    QProcess show;
+    start(show, environment, program);
+    const bool begun = logHas(show, "BATTERY");
+    const bool ended = begun && endByKey(show, "Escape");
+    show.kill();
+    show.waitForFinished();
+    QVERIFY2(begun, log);
+    QVERIFY2(ended && show.exitStatus() == QProcess::NormalExit && show.exitCode() == 0, log);
+    QVERIFY2(log.count(line) == 1 || line.isEmpty(), log);
+}
+
+void ProgramGlTest::endsWithAFrozenServer_data()
+{
+    QTest::addColumn<QString>("frozen");
+    QTest::addColumn<QByteArray>("sink");
+    QTest::addColumn<QString>("end");
+    for (const char* end : {"key", "last part", "signal"}) {
+        for (const char* sink : {"pulsesink", "alsasink"}) {
+            QTest::addRow("sound server through %s, %s", sink, end)
+                << "sound" << QByteArray(sink) << end;
+        }
+        QTest::addRow("buses, %s", end) << "buses" << QByteArray("pulsesink") << end;
+    }
+}
+
+void ProgramGlTest::endsWithAFrozenServer()
+{
+    QFETCH(QString, frozen);
+    QFETCH(QByteArray, sink);
+    QFETCH(QString, end);
+    if (QStandardPaths::findExecutable("pulseaudio").isEmpty()) {
+        QSKIP("Package pulseaudio is not installed");
+    }
+    // A voice that goes on talking, but for the natural end, which would wait for it.
+    QTemporaryDir own;
+    QFile voice(own.filePath("espeak"));
+    QVERIFY(voice.open(QIODevice::WriteOnly));
+    voice.write(qPrintable(QString("#!/bin/sh\necho $$ > %1/pid\nexec sleep %2\n")
+                               .arg(own.path())
+                               .arg(end == "last part" ? 0 : 60)));
+    voice.close();
+    QVERIFY(voice.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+
+    QProcess sound;
+    sound.setStandardErrorFile(QProcess::nullDevice());
+    const QString socket = own.filePath("sound");
+    sound.start("pulseaudio",
+                {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
+                 "module-native-protocol-unix socket=" + socket, "-L", "module-null-sink"});
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(socket), 10000);
+    PrivateBus bus;
+    QVERIFY(bus.start());
+    FakeService saver(
+        bus.connection(), "org.freedesktop.ScreenSaver", [](const QDBusMessage& message) {
+            return message.member() == "Inhibit" ? message.createReply(QVariant::fromValue(77u))
+                                                 : message.createReply();
+        });
+
+    QProcessEnvironment environment = quietEnvironment();
+    environment.insert("PATH", own.path() + ':' + environment.value("PATH"));
+    environment.insert("PULSE_SERVER", "unix:" + socket);
+    environment.insert("GST_PLUGIN_FEATURE_RANK", sink + ":MAX");
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", bus.address());
+    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
+    QProcess show;
+    start(show, environment, HURRIED_PROGRAM);
+    QVERIFY2(logHas(show, "Approx time"), log);
+    QTRY_VERIFY(!saver.calls().isEmpty());
+    // The music is under way as well.
+    QTest::qWait(500);
+
+    if (frozen == "sound") {
+        ::kill(static_cast<pid_t>(sound.processId()), SIGSTOP);
+    } else {
+        bus.freeze();
+    }
+    bool ended = false;
+    QElapsedTimer timer;
+    timer.start();
+    if (end == "key") {
+        ended = endByKey(show, "Escape");
+    } else if (end == "signal") {
+        show.terminate();
+        ended = show.waitForFinished(15000);
+    } else {
+        ended = show.waitForFinished(30000);
+    }
+    const qint64 ms = timer.elapsed();
+    bus.thaw();
+    sound.kill();
+    sound.waitForFinished();
+    if (!ended) {
+        show.kill();
+        show.waitForFinished();
+    }
+    log += show.readAll();
+    QVERIFY2(ended, log);
+    if (end == "signal") {
+        QCOMPARE(show.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(show.exitCode(), SIGTERM);
+    } else {
+        QVERIFY2(show.exitStatus() == QProcess::NormalExit, log);
+        QCOMPARE(show.exitCode(), 0);
+    }
+    // Two seconds, and as much again for a machine that is busy.
+    QVERIFY2(end == "last part" || ms < 4000, qPrintable(QString::number(ms)));
+    QVERIFY2(!log.contains("QProcess"), log);
+
+    QFile pid(own.filePath("pid"));
+    QVERIFY(pid.open(QIODevice::ReadOnly));
+    const QString words = "/proc/" + pid.readAll().trimmed() + "/cmdline";
+    // A process that is dead and not yet reaped has no words of command.
+    const auto isTalking = [&words] {
+        QFile file(words);
+        return file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty();
+    };
+    QTRY_VERIFY(!isTalking());
+    // A screen saver lifts what a client held that has left the bus.
+    QTRY_VERIFY(!bus.connection().interface()->isServiceRegistered(saver.caller()).value());
 }
 
 QTEST_GUILESS_MAIN(ProgramGlTest)
