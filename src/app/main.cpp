@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 #include "platform/deadline.h"
 #include "platform/silentservers.h"
+#include "platform/soundsink.h"
 
 #include <QApplication>
 
@@ -13,6 +14,7 @@ const int WAY_OUT_MS = 1500;
 int main(int argc, char* argv[])
 {
     platform::avoidSilentServers();
+    platform::provideSoundSink();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");
 

@@ -1,0 +1,15 @@
+#pragma once
+
+namespace platform {
+
+/// Has the media player play through the sound system's usual sink, behind one step: music at
+/// volume 0 goes on to it as sound like any other. The media framework marks such music as a gap,
+/// and from release 1.26 on its sink lets a gap pass without playing anything. A stream to a sound
+/// server stands still until it is played on, and with it the clock by which the gap would end: a
+/// show that begins in silence would stay silent to its end, without a word.
+///
+/// Call it once, before the first player is made. Whoever names a sink of their own in
+/// QT_GSTREAMER_PLAYBIN_AUDIOSINK keeps it.
+void provideSoundSink();
+
+} // namespace platform
