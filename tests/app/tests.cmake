@@ -22,3 +22,6 @@ target_compile_definitions(programgltest PRIVATE PIXMOTH_PROGRAM="$<TARGET_FILE:
   HURRIED_PROGRAM="$<TARGET_FILE:pixmoth-hurried>" PIPED_PROGRAM="$<TARGET_FILE:pixmoth-piped>"
   PIPE_DIR="${pipe_dir}")
 add_dependencies(programgltest pixmoth pixmoth-hurried pixmoth-piped)
+pixmoth_add_test(app musicgltest SOUND)
+target_compile_definitions(musicgltest PRIVATE PIXMOTH_PROGRAM="$<TARGET_FILE:pixmoth>")
+add_dependencies(musicgltest pixmoth)
