@@ -2,6 +2,7 @@
 #include "platform/deadline.h"
 #include "platform/silentservers.h"
 #include "platform/soundsink.h"
+#include "platform/suddenexit.h"
 
 #include <QApplication>
 
@@ -17,11 +18,14 @@ int main(int argc, char* argv[])
     platform::provideSoundSink();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");
+    platform::endOnTheSpotAtSuddenExit();
 
     MainWindow window;
     window.show();
     window.showFullScreen();
     window.playGl();
+    // Once more: what has been loaded since would be unloaded before.
+    platform::endOnTheSpotAtSuddenExit();
     const int code = application.exec();
     platform::endWithin(WAY_OUT_MS, code);
     return code;
