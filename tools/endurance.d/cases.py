@@ -112,12 +112,16 @@ def sounds(folder, silence, server):
 def pictures():
     """GL that the show cannot be drawn with."""
     yield Case("indirect-gl", {"LIBGL_ALWAYS_INDIRECT": "1"}, ends=True)
-    yield Case("offscreen-gl", {"QT_QPA_PLATFORM": "offscreen"}, ends=True)
+    # With a display it would be rendered there, and could be played.
+    yield Case("offscreen-gl", {"QT_QPA_PLATFORM": "offscreen", "DISPLAY": None}, ends=True)
     yield Case("gl-without-framebuffers",
                {"MESA_EXTENSION_OVERRIDE":
                 "-GL_ARB_framebuffer_object -GL_EXT_framebuffer_object",
                 "MESA_GL_VERSION_OVERRIDE": "2.1"}, ends=True)
-    yield Case("gl-without-shaders", {"MESA_GL_VERSION_OVERRIDE": "1.4"}, ends=True)
+    # By its version alone it would have them still, as extensions.
+    yield Case("gl-without-shaders",
+               {"MESA_EXTENSION_OVERRIDE":
+                "-GL_ARB_vertex_shader -GL_ARB_fragment_shader -GL_ARB_shader_objects"}, ends=True)
 
 
 def owners(folder, chance):
