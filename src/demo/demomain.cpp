@@ -3,6 +3,7 @@
 #include "demo/demobuilder.h"
 #include "platform/glsurface.h"
 #include "platform/servicelog.h"
+#include "platform/soundguard.h"
 
 #include <QGLFramebufferObject>
 #include <QGLShaderProgram>
@@ -114,6 +115,7 @@ void DemoMain::init()
         d->wireframes.setPause([] { glFinish(); });
     }
 
+    platform::guardBeginningOfMusic(this);
     d->player = new QMediaPlayer(d->widget);
     platform::reportPlaybackErrors(d->player);
     platform::reportMissingSound();

@@ -37,6 +37,8 @@ private slots:
     void fillsTheScreenWithoutWindowManager();
     void startsWithWhatIsSilent_data();
     void startsWithWhatIsSilent();
+    void soundServerThatFreezesAtTheBeginning_data();
+    void soundServerThatFreezesAtTheBeginning();
     void endsWithAFrozenServer_data();
     void endsWithAFrozenServer();
 
@@ -46,6 +48,8 @@ private:
     /// Waits until the log has the text; what it has so far is in `log` and begins anew with each
     /// start.
     bool logHas(QProcess& program, const QByteArray& text);
+    /// A sound server with nothing to hear it by, at a socket.
+    void startSoundServer(QProcess& server, const QString& socket);
     /// Presses a key whenever there is a window to take it, until the program has ended.
     bool endByKey(QProcess& program, const QString& key);
 
@@ -80,6 +84,15 @@ bool ProgramGlTest::logHas(QProcess& program, const QByteArray& text)
             return log.contains(text);
         },
         15000);
+}
+
+void ProgramGlTest::startSoundServer(QProcess& server, const QString& socket)
+{
+    server.setStandardErrorFile(QProcess::nullDevice());
+    server.start("pulseaudio",
+                 {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
+                  "module-native-protocol-unix socket=" + socket, "-L", "module-null-sink"});
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(socket), 10000);
 }
 
 bool ProgramGlTest::endByKey(QProcess& program, const QString& key)
@@ -392,6 +405,49 @@ void ProgramGlTest::startsWithWhatIsSilent()
     QVERIFY2(log.count(line) == 1 || line.isEmpty(), log);
 }
 
+void ProgramGlTest::soundServerThatFreezesAtTheBeginning_data()
+{
+    QTest::addColumn<QByteArray>("sink");
+    QTest::addColumn<int>("delay");
+    for (const char* sink : {"pulsesink", "alsasink"}) {
+        for (int delay : {80, 160, 240, 400}) {
+            QTest::addRow("%s, %i ms", sink, delay) << QByteArray(sink) << delay;
+        }
+    }
+}
+
+void ProgramGlTest::soundServerThatFreezesAtTheBeginning()
+{
+    QFETCH(QByteArray, sink);
+    QFETCH(int, delay);
+    if (QStandardPaths::findExecutable("pulseaudio").isEmpty()) {
+        QSKIP("Package pulseaudio is not installed");
+    }
+    QTemporaryDir own;
+    QProcess sound;
+    startSoundServer(sound, own.filePath("sound"));
+    QProcessEnvironment environment = quietEnvironment();
+    environment.insert("PULSE_SERVER", "unix:" + own.filePath("sound"));
+    environment.insert("GST_PLUGIN_FEATURE_RANK", sink + ":MAX");
+    QProcess show;
+    start(show, environment);
+    QTest::qSleep(delay);
+    ::kill(static_cast<pid_t>(sound.processId()), SIGSTOP);
+    const bool begun = logHas(show, "BATTERY");
+    QElapsedTimer timer;
+    timer.start();
+    const bool ended = endByKey(show, "Escape");
+    const qint64 ms = timer.elapsed();
+    show.kill();
+    show.waitForFinished();
+    sound.kill();
+    sound.waitForFinished();
+    log += show.readAll();
+    QVERIFY2(begun, log);
+    QVERIFY2(ended && show.exitStatus() == QProcess::NormalExit && show.exitCode() == 0, log);
+    QVERIFY2(ms < 6000, qPrintable(QString::number(ms)));
+}
+
 void ProgramGlTest::endsWithAFrozenServer_data()
 {
     QTest::addColumn<QString>("frozen");
@@ -425,12 +481,8 @@ void ProgramGlTest::endsWithAFrozenServer()
     QVERIFY(voice.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
 
     QProcess sound;
-    sound.setStandardErrorFile(QProcess::nullDevice());
     const QString socket = own.filePath("sound");
-    sound.start("pulseaudio",
-                {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
-                 "module-native-protocol-unix socket=" + socket, "-L", "module-null-sink"});
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(socket), 10000);
+    startSoundServer(sound, socket);
     PrivateBus bus;
     QVERIFY(bus.start());
     FakeService saver(
