@@ -64,8 +64,8 @@ void lookAfterIt(int)
     const int error = errno;
     const timespec spent = timeSpent();
     // Being looked after takes a little of its time itself, some microseconds.
-    const long usedNs =
-        (spent.tv_sec - spentBefore.tv_sec) * 1000000000L + spent.tv_nsec - spentBefore.tv_nsec;
+    const long long usedNs =
+        (spent.tv_sec - spentBefore.tv_sec) * 1000000000LL + spent.tv_nsec - spentBefore.tv_nsec;
     spentBefore = spent;
     if (usedNs > 200000) {
         setAlarm(LOOK_AGAIN_MS);
