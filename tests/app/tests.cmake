@@ -25,3 +25,5 @@ add_dependencies(programgltest pixmoth pixmoth-hurried pixmoth-piped)
 pixmoth_add_test(app musicgltest SOUND)
 target_compile_definitions(musicgltest PRIVATE PIXMOTH_PROGRAM="$<TARGET_FILE:pixmoth>")
 add_dependencies(musicgltest pixmoth)
+# It waits for what is frozen, again and again.
+set_tests_properties(programgltest PROPERTIES TIMEOUT 600)
