@@ -27,7 +27,7 @@ const char NO_SOUND_SERVER[] = "unix:/nonexistent";
 /// Long enough for a server that is started by its first guest, on a busy machine. Short enough
 /// that with all that may come after it (0.9 s for an address book, 0.35 s for the power and the
 /// modem) the first frame is there within three seconds.
-const int ANSWER_MS = 1200;
+const int ANSWER_MS = 1000;
 
 /// The session's bus, told or in its usual place. By an address of the kind "autolaunch" the bus
 /// library would start a bus of its own.
