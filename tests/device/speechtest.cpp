@@ -332,12 +332,13 @@ void SpeechTest::neitherCallWaits()
     for (int i = 0; i < 100; ++i) {
         speech.isReady();
     }
-    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    // It talks for as long as this test wants: whoever waited for it would wait for half a minute.
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QTRY_VERIFY(isTalking());
     // Nor does a line that comes too early wait for its turn.
     timer.restart();
     speech.speak("Who is Anna");
-    QVERIFY2(timer.elapsed() < 400, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     hush();
     QTRY_VERIFY(speech.isReady());
 }

@@ -13,6 +13,9 @@ namespace {
 
 const QString SCREEN_SAVER("org.freedesktop.ScreenSaver");
 const QString PORTAL("org.freedesktop.portal.Desktop");
+/// What does not wait: far below the 5 s that a service is given, and the 25 s of the D-Bus
+/// library.
+const int AT_ONCE_MS = 3000;
 const QString REQUEST("/org/freedesktop/portal/desktop/request/1_5/t");
 
 QDBusMessage grantAs77(const QDBusMessage& message)
@@ -115,7 +118,7 @@ void ScreenSaverTest::heldAndLifted()
 {
     FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
     QVERIFY(start());
-    QVERIFY2(m_ms < 400, qPrintable(QString::number(m_ms)));
+    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
     QVERIFY(becomesInhibited());
     QCOMPARE(service.calls(), QStringList{"Inhibit pixmoth The show is playing"});
     QVERIFY(m_probe->waitForEnd());
@@ -167,7 +170,7 @@ void ScreenSaverTest::portalWhereThereIsNoService()
         return grantRequest(message);
     });
     QVERIFY(start());
-    QVERIFY2(m_ms < 400, qPrintable(QString::number(m_ms)));
+    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
     QVERIFY(becomesInhibited());
     QCOMPARE(inhibit.size(), 3);
     QCOMPARE(inhibit.at(0), QVariant(""));
@@ -258,13 +261,13 @@ void ScreenSaverTest::silentServiceIsNotWaitedFor()
     FakeService service(m_bus->connection(), SCREEN_SAVER,
                         [](const QDBusMessage&) { return QDBusMessage(); });
     QVERIFY(start());
-    QVERIFY2(m_ms < 400, qPrintable(QString::number(m_ms)));
+    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
     m_probe->say("ask");
     QCOMPARE(m_probe->answer("inhibited"), QString("0"));
     QElapsedTimer timer;
     timer.start();
     QVERIFY(m_probe->waitForEnd());
-    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < AT_ONCE_MS, qPrintable(QString::number(timer.elapsed())));
 }
 
 void ScreenSaverTest::noBus()
@@ -272,7 +275,7 @@ void ScreenSaverTest::noBus()
     m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     QVERIFY(m_probe->start("inhibit"));
     QCOMPARE(m_probe->answer("asked"), QString("0"));
-    QVERIFY(m_probe->answer("ms").toInt() < 300);
+    QVERIFY(m_probe->answer("ms").toInt() < AT_ONCE_MS);
     QVERIFY(m_probe->waitForEnd());
     QVERIFY(m_probe->platformLog().first().contains("No session bus"));
 }
@@ -286,7 +289,7 @@ void ScreenSaverTest::frozenBus()
     m_bus->thaw();
     QVERIFY(started);
     QCOMPARE(asked, QString("0"));
-    QVERIFY2(ms < 1000, qPrintable(QString::number(ms)));
+    QVERIFY2(ms < AT_ONCE_MS, qPrintable(QString::number(ms)));
     QVERIFY(m_probe->waitForEnd());
 }
 
@@ -301,7 +304,7 @@ void ScreenSaverTest::busThatFreezesLater()
     const bool ended = m_probe->waitForEnd();
     m_bus->thaw();
     QVERIFY(ended);
-    QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < AT_ONCE_MS, qPrintable(QString::number(timer.elapsed())));
 }
 
 void ScreenSaverTest::busThatDies()
