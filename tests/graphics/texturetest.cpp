@@ -22,6 +22,7 @@ private slots:
     void accessorsReadTheRecord();
     void copiesShare();
     void lastHandleDeletesOnce();
+    void lastHandleFreesTheRecord();
     void assignmentDeletesTheFormerAtOnce();
     void assignmentLeavesASharedFormer();
     void selfAssignmentKeepsTheTexture();
@@ -99,6 +100,18 @@ void TextureTest::lastHandleDeletesOnce()
     QCOMPARE(glrecorder::calls(), QStringList());
     copy.reset();
     QCOMPARE(glrecorder::calls(), QStringList{"glDeleteTextures(30)"});
+}
+
+void TextureTest::lastHandleFreesTheRecord()
+{
+    const QString name = QString("picture %1").arg(30);
+    {
+        const Texture texture = textureNamed(30);
+        texture.d->data->filename = name;
+        // Whoever holds the same text keeps it from being ours alone.
+        QVERIFY(!name.isDetached());
+    }
+    QVERIFY(name.isDetached());
 }
 
 void TextureTest::assignmentDeletesTheFormerAtOnce()
