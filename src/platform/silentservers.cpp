@@ -20,9 +20,12 @@ namespace {
 const char SESSION_BUS[] = "DBUS_SESSION_BUS_ADDRESS";
 const char SYSTEM_BUS[] = "DBUS_SYSTEM_BUS_ADDRESS";
 const char SOUND_SERVER[] = "PULSE_SERVER";
+/// What hangs may be PipeWire behind the server, and ALSA leads player and voice there as well.
+const char PIPEWIRE[] = "PIPEWIRE_REMOTE";
 
 const char NO_BUS[] = "unix:path=/nonexistent";
 const char NO_SOUND_SERVER[] = "unix:/nonexistent";
+const char NO_PIPEWIRE[] = "nonexistent";
 
 /// Long enough for a server that is started by its first guest, on a busy machine. Short enough
 /// that with all that may come after it (0.9 s for an address book, 0.35 s for the power and the
@@ -90,6 +93,7 @@ void avoidSilentServers()
     if (!soundServer.isOverBy(deadline)) {
         qCWarning(lcPlatform, "No sound: the sound server does not answer");
         qputenv(SOUND_SERVER, NO_SOUND_SERVER);
+        qputenv(PIPEWIRE, NO_PIPEWIRE);
     }
 }
 

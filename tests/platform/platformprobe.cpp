@@ -104,6 +104,7 @@ int servers(qint64 ms)
     tell("bus", qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
     tell("system", qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"));
     tell("sound", qEnvironmentVariable("PULSE_SERVER"));
+    tell("pipewire", qEnvironmentVariable("PIPEWIRE_REMOTE"));
     tell("manager", qEnvironmentVariable("SESSION_MANAGER"));
     tell("ms", ms);
     return 0;
