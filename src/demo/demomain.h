@@ -34,8 +34,8 @@ public:
     /// Draws one frame. 1 while the show runs, 0 when its script has run out, and from then on.
     int paint();
 
-    graphics::Renderer* renderer() const;
-    Speech* speech() const;
+    graphics::Renderer* renderer() const; ///< Reserve.
+    Speech* speech() const;               ///< Reserve.
     SystemState* systemState() const;
     Friends* friends() const;
 

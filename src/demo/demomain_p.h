@@ -59,7 +59,7 @@ struct DemoMain::DemoMainPrivate
     graphics::DefaultTextureLoader textureLoader;
     SystemState systemState;
     Friends friends;
-    graphics::Texture2d testTexture; ///< Never drawn: a picture to try looks on.
+    graphics::Texture2d testTexture; ///< Reserve: a picture to try looks on.
     QSharedPointer<graphics::Quad> quad;
     QSharedPointer<graphics::Quad> fadeQuad;
     QSharedPointer<graphics::Quad> faceQuad;
@@ -67,7 +67,7 @@ struct DemoMain::DemoMainPrivate
     QPixmap titlePixmap;
     graphics::RenderTarget effectTarget;
     graphics::RenderTarget titleTarget;
-    QSharedPointer<QGLShaderProgram> shaderPrograms[4]; ///< Held; parts name theirs.
+    QSharedPointer<QGLShaderProgram> shaderPrograms[4]; ///< Reserve: parts name theirs.
     FrameBitmap frameBitmap;
     NZoomer zoomer;
     Wireframes wireframes;
@@ -77,5 +77,5 @@ struct DemoMain::DemoMainPrivate
     int partIndex = -1;
     QTime partTime;
     QMediaPlayer* player = nullptr; ///< Owned; deleted by the destructor of DemoMain.
-    QVector<QVector<EfPoint>> rays; ///< Built and never drawn; their colours take their draws.
+    QVector<QVector<EfPoint>> rays; ///< Reserve: built, with its draws.
 };

@@ -15,19 +15,19 @@ public:
     DemoPart();
     virtual ~DemoPart();
 
-    /// A hook per frame for subclasses; the show does not call it.
+    /// Reserve: a hook per frame for subclasses.
     virtual void update(DemoMain& demo);
 
-    QVector<QSharedPointer<DemoPart>> children; ///< Never filled; room for parts within parts.
+    QVector<QSharedPointer<DemoPart>> children; ///< Reserve: parts within parts.
     QString text;                               ///< Spoken when the part starts, unless empty.
     int face;        ///< The face blended over the picture, 0..2; negative: none.
     int effect;      ///< 0 radial tree, 1 zoomer, 2 wireframes; any other: none.
     QString shader;  ///< Name of the program that draws the effect on screen.
     int spread;      ///< 0 one quad, 1 seven copies scaled by 48.1, n seven scaled by n × 5.1.
-    bool flag;       ///< Never set, never read; keeps the record's form.
+    bool flag;       ///< Reserve.
     int fade;        ///< 0 none, 1 in from black, any other out to black; over 5000 ms.
     int title;       ///< 0 none, 1 painted and shown, any other shown as it stands.
     int dimTrails;   ///< With wireframes: 0 lets old frames pile up.
     QString caption; ///< Drawn over the effect in white, unless empty.
-    int spare;       ///< 2 in two parts of the script, never read; keeps the record's form.
+    int spare;       ///< Reserve; 2 in two parts of the script.
 };

@@ -3,11 +3,11 @@
 #include <QTime>
 
 /// A frame clock: how long the last frame took, with stalls cut off at 200 ms.
-/// The show itself runs on a clock of its own; this one is for effects that want a step length.
+/// Reserve: for effects that want a step length. The show runs on a clock of its own.
 class TimeStep
 {
 public:
-    /// Starts both clocks. The parameter is stored and never read; it stays for its callers' sake.
+    /// Starts both clocks. The parameter is a reserve.
     explicit TimeStep(int parameter);
     ~TimeStep() = default;
 
@@ -33,8 +33,9 @@ private:
     QTime runClock;
     QTime stepClock;
     int stepMillis; ///< 0..200
-    int parameter;
+    int parameter;  ///< Reserve: stored only.
 };
 
-/// A random number in [-1, 1), in steps of 1/16000, from the qrand() sequence.
+/// Reserve, like the clock: a random number in [-1, 1), in steps of 1/16000, from the qrand()
+/// sequence.
 float nrand();

@@ -20,12 +20,12 @@ public:
     SpeechTread();
     ~SpeechTread() override;
 
-    /// Reads a pipe to its end and closes it: the way of speaking through popen() that QProcess
-    /// replaced. Kept for a system without processes of Qt's; needs `pipe` to be open.
+    /// Reserve: reads a pipe to its end and closes it, the way of speaking through popen() that
+    /// QProcess replaced. Needs `pipe` to be open.
     void run() override;
 
-    FILE* pipe; ///< Never opened, see run().
-    QTime stopwatch;
+    FILE* pipe;      ///< Reserve, see run().
+    QTime stopwatch; ///< Reserve, see run().
     platform::ChildProcess process;
     QString lastLine;
     QStringList arguments;
@@ -36,9 +36,9 @@ struct Speech::SpeechPrivate
 {
     SpeechPrivate();
 
-    int unused; ///< Keeps the record's form.
+    int unused; ///< Reserve.
     QString gapOption;
     QString speedOption;
     SpeechTread thread;
-    QVector<int> unusedQueue; ///< Always empty: lines are never queued.
+    QVector<int> unusedQueue; ///< Reserve: lines are never queued.
 };

@@ -22,10 +22,10 @@ public:
     /// "weird power" for anything else. Asks the device on every call.
     QString powerState();
 
-    /// The device's maker. Without a caller, like code(): the phone's name tag for new lines.
+    /// Reserve, like code(): the device's maker.
     QString systemString();
 
-    /// The device's IMEI; empty where there is none.
+    /// Reserve: the device's IMEI; empty where there is none.
     QString code();
 
 public slots:

@@ -30,7 +30,7 @@ public:
     void clear(const QColor& color);
 
     /// Writes the picture to `name` + five digits of `frame` + ".png"; a path that cannot be
-    /// written is ignored. For making films of an effect; the show does not call it.
+    /// written is ignored. Reserve: for films of an effect.
     void saveFrame(const QString& name, int frame);
 
 private:

@@ -110,7 +110,7 @@ void RadialEffect::reset()
 
 void RadialEffect::addBranches()
 {
-    static int c = 0; // Counts every call; nobody asks, but a debugger may.
+    static int c = 0; // Reserve: counts every call.
 
     Node& root = d->root;
     if (!root.branches.isEmpty()) {

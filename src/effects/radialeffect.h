@@ -27,7 +27,7 @@ public:
     /// Draws the tree around the painter's origin, with the pen that the caller has set.
     void render(QPainter& painter);
 
-    /// Does nothing: the show drives the tree by the calls above.
+    /// Reserve: does nothing. The show drives the tree by the calls above.
     void update(DemoMain& demo) override;
 
 private:

@@ -27,7 +27,7 @@ struct Node
     QVector2D position;
     QVector2D direction; ///< Unit vector from the parent joint.
     QVector<Node> branches;
-    QColor color; ///< Invalid: the pen is the caller's. Room for trees of many colours.
+    QColor color; ///< Reserve: invalid, since the pen is the caller's.
 };
 
 struct RadialEffect::RadialEffectPrivate

@@ -6,7 +6,7 @@
 namespace graphics {
 
 /// A perspective camera that looks at a point. A value; set planes, field of view and aspect ratio
-/// before use.
+/// before use. Reserve.
 class Camera
 {
 public:

@@ -6,7 +6,7 @@
 
 namespace graphics {
 
-/// Moves smoothly from one camera to another.
+/// Moves smoothly from one camera to another. Reserve.
 class CameraView
 {
 public:

@@ -13,13 +13,13 @@ struct IndexBuffer::IndexBufferPrivate
     Q_DISABLE_COPY(IndexBufferPrivate)
     ~IndexBufferPrivate();
 
-    int unused = 0; ///< Keeps the record's form.
+    int unused = 0; ///< Reserve.
     IndexTypeEnum type = IndexTypeEnum(0);
     unsigned int id = 0;
-    bool locked = false; ///< Like `bound`, for the books only: it forbids nothing.
+    bool locked = false; ///< Reserve, like `bound`: it forbids nothing.
     bool bound = false;
     int size = 0;
-    int unusedSize = 0; ///< Keeps the record's form.
+    int unusedSize = 0; ///< Reserve.
     std::unique_ptr<unsigned char[]> data;
 };
 

@@ -37,7 +37,7 @@ public:
     void render(Renderer* renderer);
 
     VertexBuffer& vertexBuffer();
-    /// Indices 0..3, for callers that draw by index; render() does not need them.
+    /// Indices 0..3, for callers that draw by index. Reserve: render() does not need them.
     IndexBuffer& indexBuffer();
     const VertexDeclaration& vertexDeclaration() const;
     /// TriangleStrip.

@@ -51,7 +51,7 @@ public:
     /// Takes GL and this object to where every frame starts: default program, no texture, no
     /// blending, depth test, identity matrices. The matrix palette stays enabled if it was.
     void reset();
-    /// Does nothing; the counterpart of reset() for callers that pair them.
+    /// Reserve: does nothing. The counterpart of reset().
     void end();
 
     /// Builds a program and keeps it under `name`, in place of an earlier one; where that is the
@@ -72,9 +72,9 @@ public:
 
     /// Width over height, for setCamera(); 0 leaves it to the camera.
     void setAspectRatio(float aspectRatio);
-    /// Kept and read by nothing: the contrast looks are programs of their own.
+    /// Reserve: stored only. The contrast looks are programs of their own.
     void setContrast(float contrast);
-    /// Kept for color(); not sent to any shader.
+    /// Reserve: stored for color(), and not sent to any shader.
     void setColor(const QColor& color);
     QColor color() const;
     /// Added to every pixel of the built-in programs.

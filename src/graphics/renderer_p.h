@@ -18,7 +18,7 @@ struct Renderer::RendererPrivate
     void updateWorldView();
 
     QGLShaderProgram defaultProgram;
-    QGLShaderProgram spareProgram; ///< Never given shaders; a slot for a third built-in look.
+    QGLShaderProgram spareProgram; ///< Reserve: never given shaders.
     QGLShaderProgram matrixPaletteProgram;
     QGLShaderProgram* currentProgram =
         nullptr; ///< Of the above, of userShaders, or replacedProgram.
@@ -27,20 +27,20 @@ struct Renderer::RendererPrivate
     int defaultViewProjLoc = 0;
     int paletteViewProjLoc = 0;
     int paletteArrayLoc = 0;
-    int unusedLoc = 0; ///< Keeps the record's form.
+    int unusedLoc = 0; ///< Reserve.
     QMap<QString, QSharedPointer<QGLShaderProgram>> userShaders;
     bool userShaderActive = false;
     QVector<unsigned int> boundTextures = QVector<unsigned int>(NUM_TEXTURE_SLOTS, 0);
-    unsigned int lastVertexBuffer = 0; ///< Recorded only: attributes are set for every draw.
+    unsigned int lastVertexBuffer = 0; ///< Reserve: attributes are set for every draw.
     unsigned int lastIndexBuffer = 0;
     float aspectRatio = 1.0f;
-    float unusedRatio = 1.0f; ///< Keeps the record's form.
+    float unusedRatio = 1.0f; ///< Reserve.
     QColor color;
     QColor highlightColor;
     float contrast = 1.0f;
     QMatrix4x4 identityMatrix;
     QMatrix4x4 transformations[3]; ///< By TransformationType.
-    QMatrix4x4 worldView;          ///< View × World, kept up to date for users of the record.
+    QMatrix4x4 worldView;          ///< Reserve: View × World.
     QMatrix4x4 cameraMatrix;
     QMatrix4x4 matrixPalette[MATRIX_PALETTE_SIZE];
     bool matrixPaletteEnabled = false;

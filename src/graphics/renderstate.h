@@ -10,10 +10,10 @@ enum Blending : int {
     BlendInvertAdd = 3 ///< Adds to it what its own colour lacks.
 };
 
-/// How a surface is coloured. Nothing here tells values apart; 0 is the one to start with.
+/// How a surface is coloured. Reserve: nothing here tells values apart; 0 is the one to start with.
 enum ColoringType : int { ColoringDefault = 0 };
 
-/// A blending and a colouring in one value, for users; the renderer does not read it.
+/// A blending and a colouring in one value. Reserve: the renderer does not read it.
 class RenderState
 {
 public:

@@ -12,7 +12,7 @@ struct TexturePrivateData
     unsigned int textureId = 0; ///< GL name; 0: no GL texture.
     unsigned int width = 0;     ///< Texels; 0: unknown.
     unsigned int height = 0;    ///< Texels; 0: unknown.
-    unsigned int reserved = 0;  ///< Never read; keeps the record's form.
+    unsigned int reserved = 0;  ///< Reserve.
 };
 
 /// A counted reference to the shared record. The last one gone deletes the GL texture

@@ -10,8 +10,8 @@
 
 namespace graphics {
 
-/// A cache of textures by name, and the loaders by file extension that fill it. The show loads its
-/// few pictures directly; this is the way in for programs with many.
+/// A cache of textures by name, and the loaders by file extension that fill it. Reserve: the
+/// show loads its few pictures directly.
 class TextureManager
 {
 public:

@@ -106,13 +106,13 @@ struct VertexBuffer::VertexBufferPrivate
     Q_DISABLE_COPY(VertexBufferPrivate)
     ~VertexBufferPrivate();
 
-    int unused = 0; ///< Keeps the record's form.
+    int unused = 0; ///< Reserve.
     QByteArray data;
     unsigned int id = 0;
     VertexDeclaration declaration;
     int numVertices = 0;
     bool dirty = false;
-    bool unusedFlag = false; ///< Keeps the record's form.
+    bool unusedFlag = false; ///< Reserve.
     bool hasPositionBackup = false;
     std::unique_ptr<QVector3D[]> positionBackup;
     int backupSize = 0; ///< Positions that the backup has room for.

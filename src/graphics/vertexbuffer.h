@@ -30,7 +30,7 @@ public:
         unsigned int offset; ///< Bytes from the start of the vertex.
         VertexComponentType type;
         VertexFormatFlag usage;
-        int extra; ///< The caller's own; never read here.
+        int extra; ///< Reserve: the caller's own.
     };
 
     VertexDeclaration();
@@ -87,7 +87,7 @@ public:
     /// True when the declaration has all bits of `usage`.
     bool hasComponent(VertexFormatFlag usage) const;
 
-    /// Keeps a copy of numVertices() positions for callers that rewrite them. Never read here.
+    /// Reserve: keeps a copy of numVertices() positions for callers that rewrite them.
     void setPositionBackup(QVector3D* positions);
     /// As many positions as there were vertices when they were set; null before. Valid until the
     /// last handle goes, or until more positions are set than it has room for.
@@ -104,7 +104,7 @@ public:
     int getVertexSize() const;
     const VertexDeclaration& vertexDeclaration() const;
 
-    /// Does nothing; the renderer draws. Kept as the buffer's half of that contract.
+    /// Reserve: does nothing. The renderer draws.
     void render();
 
 private:
