@@ -42,10 +42,16 @@ private slots:
     void captionFadesIn_data();
     void captionFadesIn();
     void frameCountsFromTheSwitch();
+    void trailsAreDimmedToTheRim_data();
+    void trailsAreDimmedToTheRim();
     void undimmedTrailsPileUp();
     void latticePausesWhereDrawsAreGathered();
     void drawsOfAFrame_data();
     void drawsOfAFrame();
+    void copiesAreTurnedAndGrow_data();
+    void copiesAreTurnedAndGrow();
+    void faceComesAndGoes_data();
+    void faceComesAndGoes();
     void shakeIsDrawnXBeforeY();
     void musicStartsWithTheFirstFrame();
     void playerDiesFirst();
@@ -578,6 +584,36 @@ void DemoMainGlTest::frameCountsFromTheSwitch()
     QCOMPARE(stage.d().partIndex, 1);
 }
 
+void DemoMainGlTest::trailsAreDimmedToTheRim_data()
+{
+    QTest::addColumn<int>("effect");
+    QTest::newRow("tree") << 0;
+    QTest::newRow("lattice") << 2;
+}
+
+void DemoMainGlTest::trailsAreDimmedToTheRim()
+{
+    QFETCH(int, effect);
+    Stage& stage = sharedStage();
+    useScript(stage);
+    firstPart(stage).effect = effect;
+    stage.d().partIndex = -1;
+    stage.frame(0);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    QPainter painter(stage.d().effectTarget.fbo());
+    painter.fillRect(0, 0, 256, 256, Qt::white);
+    painter.end();
+    stage.frame();
+    const QImage after = content(stage.d().effectTarget);
+    for (int i = 0; i < 256; ++i) {
+        for (const QPoint& point : {QPoint(i, 0), QPoint(i, 255), QPoint(0, i), QPoint(255, i)}) {
+            // Black of alpha 75 over white.
+            QVERIFY2(std::abs(qRed(after.pixel(point)) - 180) <= 1,
+                     qPrintable(QString("%1, %2").arg(point.x()).arg(point.y())));
+        }
+    }
+}
+
 void DemoMainGlTest::undimmedTrailsPileUp()
 {
     Stage stage;
@@ -644,6 +680,82 @@ void DemoMainGlTest::drawsOfAFrame()
     stage.frame();
     const int next = qrand();
     QTEST(drawsSince(99, next), "draws");
+}
+
+void DemoMainGlTest::copiesAreTurnedAndGrow_data()
+{
+    QTest::addColumn<int>("spread");
+    QTest::addColumn<double>("factor");
+    QTest::newRow("all over the screen") << 1 << 48.1;
+    QTest::newRow("2") << 2 << 10.2;
+    QTest::newRow("6") << 6 << 30.6;
+}
+
+void DemoMainGlTest::copiesAreTurnedAndGrow()
+{
+    QFETCH(int, spread);
+    QFETCH(double, factor);
+    Stage& stage = sharedStage();
+    useScript(stage);
+    firstPart(stage).effect = 3;
+    firstPart(stage).spread = spread;
+    stage.d().partIndex = -1;
+    stage.frame(0);
+    glrecorder::start(glrecorder::Record);
+    stage.frame();
+    const QVector<glrecorder::Draw> draws = glrecorder::draws();
+    QCOMPARE(draws.size(), 7);
+    // The turn goes on from frame to frame of the whole show; each copy is a step ahead.
+    const QMatrix4x4& second = draws[1].matrix;
+    const double turn = std::atan2(second(1, 0), second(0, 0));
+    for (int i = 0; i < 7; ++i) {
+        const double scale = i / 200.0 * factor;
+        const double angle = turn + (i - 1) * 25.5 * M_PI / 180.0;
+        const double expected[3][3] = {{scale * std::cos(angle), -scale * std::sin(angle), 0.0},
+                                       {scale * std::sin(angle), scale * std::cos(angle), 0.0},
+                                       {0.0, 0.0, scale}};
+        for (int row = 0; row < 3; ++row) {
+            for (int column = 0; column < 3; ++column) {
+                QVERIFY2(std::fabs(draws[i].matrix(row, column) - expected[row][column]) < 1e-4,
+                         qPrintable(QString("copy %1: %2, %3").arg(i).arg(row).arg(column)));
+            }
+        }
+    }
+}
+
+void DemoMainGlTest::faceComesAndGoes_data()
+{
+    QTest::addColumn<int>("ms");
+    QTest::addColumn<int>("alpha");
+    QTest::newRow("dark") << 0 << 0;
+    QTest::newRow("50 ms") << 50 << 8;
+    QTest::newRow("a quarter") << 1250 << 180;
+    QTest::newRow("half") << 2500 << 254;
+    QTest::newRow("three quarters") << 3750 << 180;
+    QTest::newRow("nearly gone") << 4950 << 8;
+    QTest::newRow("over the time, still speaking") << 5050 << 0;
+}
+
+void DemoMainGlTest::faceComesAndGoes()
+{
+    QFETCH(int, ms);
+    QFETCH(int, alpha);
+    Stage& stage = sharedStage();
+    useScript(stage);
+    firstPart(stage).effect = 3;
+    firstPart(stage).face = 0;
+    firstPart(stage).text = "Do you call me cute";
+    stage.d().partIndex = -1;
+    stage.setTalking(true);
+    stage.frame(0);
+    glrecorder::start(glrecorder::Record);
+    stage.frame(ms);
+    const unsigned int color = glrecorder::draws().last().color();
+    stage.setTalking(false);
+    stage.awaitSilence();
+    QCOMPARE(color & 0xFFFFFF, 0xFFFFFFu);
+    QVERIFY2(std::abs(static_cast<int>(color >> 24) - alpha) <= 1,
+             qPrintable(QString::number(color >> 24)));
 }
 
 void DemoMainGlTest::shakeIsDrawnXBeforeY()

@@ -23,9 +23,12 @@ pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwi
     captionStartsWhereTheEffectLeftThePainter
     captionFadesIn
     frameCountsFromTheSwitch
+    trailsAreDimmedToTheRim
     undimmedTrailsPileUp
     latticePausesWhereDrawsAreGathered
     drawsOfAFrame
+    copiesAreTurnedAndGrow
+    faceComesAndGoes
     shakeIsDrawnXBeforeY
     musicStartsWithTheFirstFrame
     playerDiesFirst)

@@ -208,6 +208,7 @@ void VertexBufferTest::emptyBufferMakesNoCall()
         QCOMPARE(copy.getVertexSize(), 0);
         QCOMPARE(copy.vertexDeclaration().numComponents(), 0);
         QVERIFY(!copy.isDirty());
+        QVERIFY(!copy.hasPositionBackup());
     }
     QCOMPARE(glrecorder::calls(), QStringList());
 }
