@@ -138,7 +138,7 @@ def owners(folder, chance):
 
 def every(folder, chance, silence, quiet, bus, server):
     empty = os.path.join(folder, "empty")
-    os.makedirs(empty)
+    os.makedirs(empty, 0o700)
     yield Case("no-address-of-a-bus", {"DBUS_SESSION_BUS_ADDRESS": None, "XDG_RUNTIME_DIR": empty})
     yield from buses(silence, quiet, bus)
     yield from voices(folder, empty)
