@@ -537,8 +537,8 @@ void ProgramGlTest::endsWithAFrozenServer()
         QVERIFY2(show.exitStatus() == QProcess::NormalExit, log);
         QCOMPARE(show.exitCode(), 0);
     }
-    // Two seconds, and as much again for a machine that is busy.
-    QVERIFY2(end == "last part" || ms < 4000, qPrintable(QString::number(ms)));
+    // Two seconds, and a few for a machine that is busy. One that is held waits for ninety.
+    QVERIFY2(end == "last part" || ms < 12000, qPrintable(QString::number(ms)));
     QVERIFY2(!log.contains("QProcess"), log);
 
     QFile pid(own.filePath("pid"));
