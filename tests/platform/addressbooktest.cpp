@@ -73,6 +73,7 @@ private slots:
     void choiceOfTheUserWins_data();
     void choiceOfTheUserWins();
     void foldersOfCards();
+    void oneContactBeforeAll();
     void strangeFiles();
     void manyFiles();
 
@@ -355,6 +356,14 @@ void AddressBookTest::foldersOfCards()
              QStringList({"Xaver Zed", "Caesar", "Berta Bold", "Anna Smith"}));
     QCOMPARE(m_probe->all("nobody"), QStringList{"0"});
     QCOMPARE(m_probe->platformLog().size(), 1); // That there is no bus.
+}
+
+void AddressBookTest::oneContactBeforeAll()
+{
+    write("contacts/a.vcf", card("FN:Anna Smith"));
+    QVERIFY(m_probe->start("contact"));
+    QCOMPARE(m_probe->answer("label"), QString("Anna Smith"));
+    QVERIFY(m_probe->waitForEnd());
 }
 
 void AddressBookTest::strangeFiles()

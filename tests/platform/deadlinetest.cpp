@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <mutex>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,7 @@ private slots:
     void hanging();
     void inTime();
     void laterCallCounts();
+    void limitIsExact();
 
 private:
     /// Runs `way` in a process of its own.
@@ -152,6 +154,20 @@ void DeadlineTest::laterCallCounts()
     QVERIFY(WIFEXITED(status));
     QCOMPARE(WEXITSTATUS(status), 7);
     QVERIFY2(ms < 10000, qPrintable(QString::number(ms)));
+}
+
+void DeadlineTest::limitIsExact()
+{
+    platform::endWithin(1999, 0);
+    itimerval left = {};
+    const itimerval never = {};
+    // The timer that is replaced tells what it had left.
+    QCOMPARE(::setitimer(ITIMER_REAL, &never, &left), 0);
+    const qint64 us = left.it_value.tv_sec * 1000000LL + left.it_value.tv_usec;
+    QVERIFY2(us <= 1999000, qPrintable(QString::number(us)));
+    QVERIFY2(us > 1997500, qPrintable(QString::number(us)));
+    QCOMPARE(left.it_interval.tv_sec, 0);
+    QCOMPARE(left.it_interval.tv_usec, 0);
 }
 
 QTEST_GUILESS_MAIN(DeadlineTest)

@@ -3,6 +3,7 @@
 //   platformprobe buses        looks for the buses
 //   platformprobe servers      tells what has become of the silent ones
 //   platformprobe contacts     reads the address book
+//   platformprobe contact      asks for one contact, before all others
 //   platformprobe friends      has the show read its friends
 //   platformprobe power        watches battery and power; "ask" on standard input asks for both
 //   platformprobe identity     reads the numbers of the modem
@@ -24,6 +25,7 @@
 #include <QContactManager>
 #include <QContactSortOrder>
 #include <QCoreApplication>
+#include <QDBusPendingCallWatcher>
 #include <QElapsedTimer>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -149,6 +151,15 @@ int contacts()
     return stranger.isEmpty() ? 0 : 1;
 }
 
+int contact()
+{
+    QContactManager manager{QString()};
+    const QContactId first(manager.managerUri(), "0");
+    const QContact contact = manager.contact(first, QContactFetchHint());
+    tell("label", contact.detail<QContactDisplayLabel>().label());
+    return 0;
+}
+
 int friends()
 {
     QElapsedTimer timer;
@@ -211,6 +222,7 @@ int inhibit()
             tell("again", screenSaver.setScreenSaverInhibit() ? 1 : 0);
         } else {
             tell("inhibited", screenSaver.screenSaverInhibited() ? 1 : 0);
+            tell("watchers", screenSaver.findChildren<QDBusPendingCallWatcher*>().size());
         }
     });
     return QCoreApplication::exec();
@@ -236,6 +248,9 @@ int main(int argc, char* argv[])
     }
     if (what == "contacts") {
         return contacts();
+    }
+    if (what == "contact") {
+        return contact();
     }
     if (what == "friends") {
         return friends();
