@@ -178,7 +178,8 @@ void ScreenSaverTest::portalWhereThereIsNoService()
     QCOMPARE(inhibit.at(1), QVariant(8u));
     QCOMPARE(qdbus_cast<QVariantMap>(inhibit.at(2)),
              (QVariantMap{{"reason", "The show is playing"}}));
-    QCOMPARE(m_probe->all("watchers").last(), QString("0"));
+    // They are let go of when the event loop comes to it.
+    QTRY_VERIFY((m_probe->say("ask"), m_probe->answer("watchers") == "0"));
     QVERIFY(m_probe->waitForEnd());
     QTRY_COMPARE(paths, QStringList({"/org/freedesktop/portal/desktop "
                                      "org.freedesktop.portal.Inhibit.Inhibit",
@@ -227,7 +228,7 @@ void ScreenSaverTest::neitherIsThere()
              qPrintable(m_probe->platformLog().first()));
     m_probe->say("ask");
     QCOMPARE(m_probe->answer("inhibited"), QString("0"));
-    QCOMPARE(m_probe->answer("watchers"), QString("0"));
+    QTRY_VERIFY((m_probe->say("ask"), m_probe->answer("watchers") == "0"));
     QVERIFY(m_probe->waitForEnd());
     QCOMPARE(m_probe->platformLog().size(), 1);
 }
