@@ -53,7 +53,7 @@ void DemoWindow::initializeGL()
     // A coarse timer may be 5 % late, and the cuts would drift away from the music.
     timer->setTimerType(Qt::PreciseTimer);
     connect(timer, &QTimer::timeout, this, [this] { platform::wakeSurface(this); });
-    connect(timer, SIGNAL(timeout()), this, SLOT(updateGL()));
+    connect(timer, &QTimer::timeout, this, &DemoWindow::updateGL);
     timer->start(FRAME_INTERVAL_MS);
     setAutoBufferSwap(true);
 }
@@ -76,6 +76,6 @@ void DemoWindow::giveUp()
     platform::reportNoPicture(platform::glProblem(this));
     // Again and again: an exit before the event loop has begun is forgotten.
     auto* insistence = new QTimer(this);
-    connect(insistence, &QTimer::timeout, [] { QCoreApplication::exit(EXIT_FAILURE); });
+    connect(insistence, &QTimer::timeout, this, [] { QCoreApplication::exit(EXIT_FAILURE); });
     insistence->start(0);
 }

@@ -8,8 +8,8 @@
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
 {
     ui->setupUi(this);
-    demoWindow = new DemoWindow(this);
-    setCentralWidget(demoWindow);
+    demoWindow = std::make_unique<DemoWindow>(this);
+    setCentralWidget(demoWindow.get());
     screenSaver.setScreenSaverInhibit();
 }
 
@@ -17,7 +17,7 @@ MainWindow::~MainWindow()
 {
     ui.reset();
     // Not left to the base class: the show must be gone while this window still is one.
-    delete demoWindow;
+    demoWindow.reset();
 }
 
 void MainWindow::playGl()

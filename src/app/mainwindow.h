@@ -29,6 +29,6 @@ protected:
 
 private:
     std::unique_ptr<Ui_MainWindow> ui;
-    DemoWindow* demoWindow; ///< Owned; deleted in the destructor, before the base class goes.
+    std::unique_ptr<DemoWindow> demoWindow; ///< Dies in the destructor, before the base class.
     QtMobility::QSystemScreenSaver screenSaver;
 };

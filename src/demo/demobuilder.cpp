@@ -6,12 +6,6 @@
 
 namespace {
 
-// What the fields of a part take, by name.
-enum Face { Open = 0, Tender = 1, Jealous = 2 };
-enum Effect { Zoomer = 1, Lattice = 2 };
-enum Spread { OneQuad = 0 };
-enum Fade { FadeIn = 1, FadeOut = 2 };
-
 const int LOW_BATTERY = 29; ///< Percent; up to here the phone wants to be plugged in,
 const int HALF_EMPTY = 49;  ///< and up to here to be understood.
 
@@ -28,7 +22,7 @@ Part friendPart(Friends* friends, int friendIndex, const QString& line)
     Part part = newPart();
     part->text = line.arg(friends->name(friendIndex));
     part->caption = friends->name(friendIndex);
-    part->face = Jealous;
+    part->face = DemoPart::JealousFace;
     return part;
 }
 
@@ -37,18 +31,18 @@ Part batteryPart(int level)
     Part part = newPart();
     if (level <= LOW_BATTERY) {
         part->text = "Care about me more";
-        part->face = Jealous;
+        part->face = DemoPart::JealousFace;
     } else if (level <= HALF_EMPTY) {
         part->text = "You should understand my needs";
-        part->face = Jealous;
+        part->face = DemoPart::JealousFace;
     } else {
         part->text = "I know you are taking care of me";
-        part->face = Tender;
+        part->face = DemoPart::TenderFace;
     }
     part->caption = QString("Battery %1%").arg(level);
-    part->effect = Zoomer;
+    part->effect = DemoPart::Tunnel;
     part->shader = "contrast";
-    part->spread = OneQuad;
+    part->spread = DemoPart::OneQuad;
     return part;
 }
 
@@ -57,15 +51,15 @@ Part lovePart(int level, SystemState* systemState)
     Part part = newPart();
     if (level > LOW_BATTERY || systemState->powerState() == "wall power") {
         part->text = "I love you";
-        part->face = Tender;
+        part->face = DemoPart::TenderFace;
     } else {
         part->text = "Please plug me in my love";
         part->caption = "Plug me in";
-        part->face = Open;
+        part->face = DemoPart::CoyFace;
     }
-    part->effect = Zoomer;
+    part->effect = DemoPart::Tunnel;
     part->shader = "contrast";
-    part->spread = OneQuad;
+    part->spread = DemoPart::OneQuad;
     return part;
 }
 
@@ -81,7 +75,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     // 1–3: out of the dark, the lines spread.
     Part part = newPart();
-    part->fade = FadeIn;
+    part->fade = DemoPart::FadeIn;
     part->spread = 2;
     parts.append(part);
 
@@ -97,8 +91,8 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     // 4–6: the phone introduces itself.
     part = newPart();
     part->text = "My name is nokia n nine hundred";
-    part->face = Open;
-    part->effect = Lattice;
+    part->face = DemoPart::CoyFace;
+    part->effect = DemoPart::Lattice;
     part->shader = "contrast";
     part->spread = 6;
     part->spare = 2;
@@ -106,8 +100,8 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     part = newPart();
     part->text = "Do not call me cute";
-    part->face = Open;
-    part->title = 1;
+    part->face = DemoPart::CoyFace;
+    part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
     parts.append(newPart());
@@ -119,10 +113,10 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     part = newPart();
     part->text = "But there is something";
-    part->face = Tender;
-    part->effect = Zoomer;
+    part->face = DemoPart::TenderFace;
+    part->effect = DemoPart::Tunnel;
     part->shader = "contrast";
-    part->spread = OneQuad;
+    part->spread = DemoPart::OneQuad;
     parts.append(part);
 
     // 10–13: it has read the address book.
@@ -131,7 +125,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     part = newPart();
     part->text = "Your bitch?";
     part->caption = "Bitch?";
-    part->face = Jealous;
+    part->face = DemoPart::JealousFace;
     part->spread = 6;
     parts.append(part);
 
@@ -141,29 +135,29 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     part = newPart();
     part->text = "Do not call me cute";
-    part->face = Jealous;
-    part->title = 1;
+    part->face = DemoPart::JealousFace;
+    part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
     // 14–16: cute or not.
     part = newPart();
     part->text = "Do you call me cute";
-    part->face = Open;
-    part->effect = Lattice;
+    part->face = DemoPart::CoyFace;
+    part->effect = DemoPart::Lattice;
     part->spread = 6;
-    part->title = 1;
+    part->title = DemoPart::PaintedTitle;
     part->spare = 2;
     parts.append(part);
 
     part = friendPart(friends, 3, "How about %1");
     part->spread = 4;
-    part->title = 1;
+    part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
     part = newPart();
     part->text = "Do not call me cute";
-    part->face = Tender;
-    part->title = 1;
+    part->face = DemoPart::TenderFace;
+    part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
     // 17–19: and into the dark again.
@@ -171,11 +165,11 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     part = newPart();
     part->text = "Unless you mean it";
-    part->title = 1;
+    part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
     part = newPart();
-    part->fade = FadeOut;
+    part->fade = DemoPart::FadeOut;
     parts.append(part);
 
     return parts;

@@ -7,7 +7,7 @@
 
 class DemoMain;
 
-/// Writes the show: its 19 parts, with the names, the battery and the power of the moment.
+/// Writes the show: its parts, in order, with the names, the battery and the power of the moment.
 class DemoBuilder
 {
 public:

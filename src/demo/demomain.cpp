@@ -16,7 +16,9 @@
 
 #include <GLES2/gl2.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace {
 
@@ -26,10 +28,15 @@ const int FIRST_PART_MS = 4200;
 const int LATER_PART_MS = 4800;
 const float ARC_MS = 5000.0f; ///< Title, face and fade run over five seconds.
 const float CAPTION_MS = 2000.0f;
+const float HALF_TURN = 3.14f; ///< Not quite, and so are all the arcs.
 
 const unsigned int OPAQUE_WHITE = 0xFFFFFFFF;
 const unsigned int CLEAR_COLOR_AND_DEPTH = 3;
 const int NUM_COPIES = 7;
+const double WIDE_REACH = 48.1;     ///< The size of the copies, in 200ths for each,
+const double REACH_OF_ONE = 5.1;    ///< and that of spread n, n times this.
+const double FULL_VOLUME = 50.0;    ///< Of 100.
+const double CAPTION_CORNER = 20.0; ///< Pixels from the origin, both ways.
 
 /// What is painted over a target before each frame: old frames shine through and fade away.
 QColor trailColor()
@@ -40,7 +47,31 @@ QColor trailColor()
 /// In [-0.5, 0.5), one qrand().
 float jitter()
 {
-    return static_cast<float>(qrand() % 2147483647 - 1073741823) * 4.656613e-10f;
+    const int numbers = 2147483647;
+    const float step = 4.656613e-10f; // One of 2^31.
+    return static_cast<float>(qrand() % numbers - numbers / 2) * step;
+}
+
+bool hasFace(const DemoPart& part)
+{
+    return part.face >= 0 && part.face < NUM_FACES;
+}
+
+/// Tells what the part asks for and is not there; it plays without.
+void reportUnknown(const DemoPart& part, int number)
+{
+    const bool knownLook = std::any_of(std::begin(LOOKS), std::end(LOOKS), [&](const Look& look) {
+        return part.shader == QLatin1String(look.name);
+    });
+    if (!knownLook) {
+        qWarning("Part %i: there is no look \"%s\"", number, qPrintable(part.shader));
+    }
+    if (part.face >= NUM_FACES) {
+        qWarning("Part %i: there is no face %i", number, part.face);
+    }
+    if (part.effect > DemoPart::Lattice) {
+        qWarning("Part %i: there is no effect %i", number, part.effect);
+    }
 }
 
 QSharedPointer<graphics::Quad> fullScreenQuad()
@@ -69,14 +100,13 @@ void initTarget(graphics::RenderTarget& target, int width, int height)
 DemoMain::DemoMain(QWidget* widget) : QObject(widget), d(new DemoMainPrivate)
 {
     Q_CHECK_PTR(widget);
-    d->player = nullptr;
     d->widget = widget;
     qsrand(32451);
 }
 
 DemoMain::~DemoMain()
 {
-    delete d->player;
+    d->player.reset();
 }
 
 void DemoMain::init()
@@ -90,20 +120,15 @@ void DemoMain::init()
     d->faceQuad = fullScreenQuad();
 
     d->testTexture = d->textureLoader.loadTexture(":/textures/test1.jpg", 0, 0);
-    d->faceTextures[0] = d->textureLoader.loadTexture(":/face/facetestinv.jpg", 0, 0);
-    d->faceTextures[1] = d->textureLoader.loadTexture(":/face/facetestinv2.jpg", 0, 0);
-    d->faceTextures[2] = d->textureLoader.loadTexture(":/face/facetestinv3.jpg", 0, 0);
+    for (int face = 0; face < NUM_FACES; ++face) {
+        d->faceTextures[face] = d->textureLoader.loadTexture(FACE_FILES[face], 0, 0);
+    }
     d->titlePixmap.load(":/textures/title.jpg");
 
-    const QString vertexFile(":/shaders/default_vs.glsl");
-    d->shaderPrograms[0] =
-        d->renderer.loadShader("contrast", vertexFile, ":/shaders/contrast_fs.glsl");
-    d->shaderPrograms[1] =
-        d->renderer.loadShader("contrast2", vertexFile, ":/shaders/contrast2_fs.glsl");
-    d->shaderPrograms[2] =
-        d->renderer.loadShader("contrast3", vertexFile, ":/shaders/contrast3_fs.glsl");
-    d->shaderPrograms[3] =
-        d->renderer.loadShader("contrast4", vertexFile, ":/shaders/contrast4_fs.glsl");
+    for (int look = 0; look < NUM_LOOKS; ++look) {
+        d->shaderPrograms[look] =
+            d->renderer.loadShader(LOOKS[look].name, LOOKS_VERTEX_FILE, LOOKS[look].fragmentFile);
+    }
 
     initTarget(d->effectTarget, 256, 256);
     initTarget(d->titleTarget, 800, 480);
@@ -116,8 +141,8 @@ void DemoMain::init()
     }
 
     platform::guardBeginningOfMusic(this);
-    d->player = new QMediaPlayer(d->widget);
-    platform::reportPlaybackErrors(d->player);
+    d->player = std::make_unique<QMediaPlayer>(d->widget);
+    platform::reportPlaybackErrors(d->player.get());
     platform::reportMissingSound();
     if (platform::canBePlayed(MUSIC_FILE)) {
         d->player->setMedia(QUrl::fromLocalFile(MUSIC_FILE));
@@ -167,6 +192,7 @@ int DemoMain::paint()
         if (d->partIndex >= d->parts.size()) {
             return 0;
         }
+        reportUnknown(*d->parts.at(d->partIndex), d->partIndex + 1);
         d->switchTo(*d->parts.at(d->partIndex));
         frame = -1;
     }
@@ -175,19 +201,19 @@ int DemoMain::paint()
     const DemoPart& part = *d->parts.at(d->partIndex);
 
     d->beginFrame();
-    if (part.title == 1) {
+    if (part.title == DemoPart::PaintedTitle) {
         d->paintTitle();
     }
     d->paintEffect(part, frame);
     d->composite(part, a);
-    if (part.face >= 0) {
+    if (hasFace(part)) {
         d->drawFace(part.face);
     }
-    if (part.fade != 0) {
+    if (part.fade != DemoPart::NoFade) {
         d->drawFade(part.fade);
     }
 
-    a = a - 0.08;
+    a = static_cast<float>(a - 0.08);
     return 1;
 }
 
@@ -214,8 +240,8 @@ Friends* DemoMain::friends() const
 void DemoMain::DemoMainPrivate::buildRays()
 {
     for (int i = 0; i < 20; ++i) {
-        const float angle = static_cast<float>(i) / 10.0 * 3.14;
-        const QVector2D direction = QVector2D(sinf(angle), -cosf(angle)).normalized();
+        const auto angle = static_cast<float>(static_cast<float>(i) / 10.0 * 3.14);
+        const QVector2D direction = QVector2D(std::sin(angle), -std::cos(angle)).normalized();
         QVector<EfPoint> ray;
         QVector2D position(128.0f, 128.0f);
         for (int j = 0; j < 10; ++j) {
@@ -236,7 +262,7 @@ void DemoMain::DemoMainPrivate::warmUpCaptions()
     QPainter painter(effectTarget.fbo());
     painter.setPen(Qt::white);
     for (const auto& part : qAsConst(parts)) {
-        painter.drawText(QPoint(20, 20), part->caption);
+        painter.drawText(QPointF(CAPTION_CORNER, CAPTION_CORNER), part->caption);
     }
     painter.end();
     clearTarget(effectTarget);
@@ -282,7 +308,7 @@ void DemoMain::DemoMainPrivate::paintTitle()
 
     // Opens about its middle line, stays, and closes; past five seconds the height is negative,
     // which Qt takes for the pixmap's own.
-    const float arc = static_cast<float>(partTime.elapsed()) / ARC_MS * 3.14f;
+    const float arc = static_cast<float>(partTime.elapsed()) / ARC_MS * HALF_TURN;
     double opening = 2.0 * std::sin(static_cast<double>(arc));
     if (opening > 1.0) {
         opening = 1.0;
@@ -301,7 +327,7 @@ void DemoMain::DemoMainPrivate::paintEffect(const DemoPart& part, int frame)
     const int height = effectTarget.height();
     const QPoint centre(width / 2, height / 2);
     switch (part.effect) {
-    case 0:
+    case DemoPart::Tree:
         painter.fillRect(0, 0, width, height, trailColor());
         painter.setPen(QPen(QBrush(backgroundColor, Qt::SolidPattern), 1.0, Qt::SolidLine,
                             Qt::SquareCap, Qt::BevelJoin));
@@ -309,11 +335,11 @@ void DemoMain::DemoMainPrivate::paintEffect(const DemoPart& part, int frame)
         radialEffect.addBranches();
         radialEffect.render(painter);
         break;
-    case 1:
+    case DemoPart::Tunnel:
         zoomer.renderFrame(&frameBitmap, frame);
         painter.drawImage(0, 0, frameBitmap.image());
         break;
-    case 2:
+    case DemoPart::Lattice:
         if (part.dimTrails != 0) {
             painter.fillRect(0, 0, width, height, trailColor());
         }
@@ -336,7 +362,8 @@ void DemoMain::DemoMainPrivate::paintCaption(QPainter& painter, const QString& c
     const float r2 = jitter();
     // In the painter's coordinates of the moment: where an effect has moved the origin to the
     // centre the caption starts there, else in the corner.
-    painter.drawText(QPoint(static_cast<int>(20.0 + r1 * 0.5), static_cast<int>(20.0 + r2 * 0.5)),
+    painter.drawText(QPoint(static_cast<int>(CAPTION_CORNER + r1 * 0.5),
+                            static_cast<int>(CAPTION_CORNER + r2 * 0.5)),
                      caption);
 }
 
@@ -344,7 +371,7 @@ void DemoMain::DemoMainPrivate::composite(const DemoPart& part, float phase)
 {
     setViewport();
     setIdentity();
-    if (part.title != 0) {
+    if (part.title != DemoPart::NoTitle) {
         renderer.setTexture2d(&titleTarget.texture(), 0);
         quad->render(&renderer);
     }
@@ -353,16 +380,17 @@ void DemoMain::DemoMainPrivate::composite(const DemoPart& part, float phase)
     renderer.setBlending(graphics::BlendAdditive);
     renderer.enableShader(part.shader);
 
-    if (part.spread == 0) {
+    if (part.spread == DemoPart::OneQuad) {
         renderer.setTransformation(graphics::World, QMatrix4x4());
         quad->render(&renderer);
         return;
     }
     // The first copy has no size, and its draw shows nothing.
-    const double factor = part.spread == 1 ? 48.1 : part.spread * 5.1;
+    const double reach =
+        part.spread == DemoPart::WideCopies ? WIDE_REACH : part.spread * REACH_OF_ONE;
     for (int i = 0; i < NUM_COPIES; ++i) {
         QMatrix4x4 copy;
-        copy.scale(static_cast<float>(i / 200.0 * factor));
+        copy.scale(static_cast<float>(i / 200.0 * reach));
         copy.rotate(static_cast<float>(i * 25.5 + phase * 20.0), 0.0f, 0.0f, 1.0f);
         renderer.setTransformation(graphics::World, copy);
         quad->render(&renderer);
@@ -374,7 +402,7 @@ void DemoMain::DemoMainPrivate::drawFace(int face)
     renderer.enableShader("");
     glBlendFunc(GL_SRC_ALPHA, GL_ONE);
 
-    const float s = sinf(static_cast<float>(partTime.elapsed()) / ARC_MS * 3.14f);
+    const float s = std::sin(static_cast<float>(partTime.elapsed()) / ARC_MS * HALF_TURN);
     const int alpha = s < 0.0f ? 0 : s > 1.0f ? 255 : static_cast<int>(s * 255.0f);
     faceQuad->setColor(QColor(255, 255, 255, alpha).rgba());
 
@@ -395,10 +423,10 @@ void DemoMain::DemoMainPrivate::drawFace(int face)
 void DemoMain::DemoMainPrivate::drawFade(int fade)
 {
     float f = qBound(0.0f, static_cast<float>(partTime.elapsed()) / ARC_MS, 1.0f);
-    if (fade == 1) {
+    if (fade == DemoPart::FadeIn) {
         f = 1.0f - f;
     }
-    player->setVolume(static_cast<int>(50.0 - 50.0 * f));
+    player->setVolume(static_cast<int>(FULL_VOLUME - FULL_VOLUME * f));
 
     // Drawn with the program and the texture of the moment, so the dark has a texture of its own.
     renderer.setBlending(graphics::BlendAlpha);

@@ -3,6 +3,7 @@
 #include "demo/demomain.h"
 
 #include "demo/demopart.h"
+#include "demo/looks.h"
 #include "device/friends.h"
 #include "device/speech.h"
 #include "device/systemstate.h"
@@ -63,19 +64,19 @@ struct DemoMain::DemoMainPrivate
     QSharedPointer<graphics::Quad> quad;
     QSharedPointer<graphics::Quad> fadeQuad;
     QSharedPointer<graphics::Quad> faceQuad;
-    graphics::Texture2d faceTextures[3]; ///< By a part's `face`.
+    graphics::Texture2d faceTextures[NUM_FACES]; ///< By a part's `face`.
     QPixmap titlePixmap;
     graphics::RenderTarget effectTarget;
     graphics::RenderTarget titleTarget;
-    QSharedPointer<QGLShaderProgram> shaderPrograms[4]; ///< Reserve: parts name theirs.
+    QSharedPointer<QGLShaderProgram> shaderPrograms[NUM_LOOKS]; ///< Reserve: parts name theirs.
     FrameBitmap frameBitmap;
     NZoomer zoomer;
     Wireframes wireframes;
     RadialEffect radialEffect;
-    QColor backgroundColor; ///< The pen of the radial effect, chosen at every switch.
+    QColor backgroundColor; ///< The pen of the tree, chosen at every switch.
     QVector<QSharedPointer<DemoPart>> parts;
     int partIndex = -1;
     QTime partTime;
-    QMediaPlayer* player = nullptr; ///< Owned; deleted by the destructor of DemoMain.
-    QVector<QVector<EfPoint>> rays; ///< Reserve: built, with its draws.
+    std::unique_ptr<QMediaPlayer> player; ///< Dies first of all, see the destructor of DemoMain.
+    QVector<QVector<EfPoint>> rays;       ///< Reserve: built, with its draws.
 };

@@ -2,13 +2,13 @@
 
 DemoPart::DemoPart()
     : text("")
-    , face(-1)
-    , effect(0)
+    , face(NoFace)
+    , effect(Tree)
     , shader("contrast2")
-    , spread(1)
+    , spread(WideCopies)
     , flag(false)
-    , fade(0)
-    , title(0)
+    , fade(NoFade)
+    , title(NoTitle)
     , dimTrails(1)
     , spare(1)
 {

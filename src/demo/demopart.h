@@ -8,10 +8,22 @@ class DemoMain;
 
 /// One timed part of the show: what is said, what is drawn, how it is laid on screen.
 /// A plain record: DemoBuilder writes it, DemoMain::paint() reads it, nobody else touches it.
-/// Parts live on the heap and are held through QSharedPointer<DemoPart> only.
+/// Parts live on the heap and are held through QSharedPointer<DemoPart> only. The enumerations name
+/// what the numbers of a part mean.
 class DemoPart
 {
 public:
+    /// The face that is blended over the picture.
+    enum Face { NoFace = -1, CoyFace, TenderFace, JealousFace };
+    /// What is painted: by RadialEffect, by NZoomer, by Wireframes.
+    enum Effect { NoEffect = -1, Tree, Tunnel, Lattice };
+    /// How the painted picture is laid on screen. Seven copies are each larger than the last and
+    /// turned against it; from 2 on the number is how far they reach, 6 half as far again as 4.
+    enum Spread { OneQuad, WideCopies };
+    enum Fade { NoFade, FadeIn, FadeOut };
+    /// KeptTitle shows what an earlier part has left of the title.
+    enum Title { NoTitle, PaintedTitle, KeptTitle };
+
     DemoPart();
     virtual ~DemoPart();
 
@@ -20,14 +32,14 @@ public:
 
     QVector<QSharedPointer<DemoPart>> children; ///< Reserve: parts within parts.
     QString text;                               ///< Spoken when the part starts, unless empty.
-    int face;        ///< The face blended over the picture, 0..2; negative: none.
-    int effect;      ///< 0 radial tree, 1 zoomer, 2 wireframes; any other: none.
-    QString shader;  ///< Name of the program that draws the effect on screen.
-    int spread;      ///< 0 one quad, 1 seven copies scaled by 48.1, n seven scaled by n × 5.1.
+    int face;                                   ///< A Face; any other negative: none.
+    int effect;                                 ///< An Effect; any other: none.
+    QString shader;  ///< The look: the name of the program that draws the effect, see looks.h.
+    int spread;      ///< A Spread, or how far seven copies reach.
     bool flag;       ///< Reserve.
-    int fade;        ///< 0 none, 1 in from black, any other out to black; over 5000 ms.
-    int title;       ///< 0 none, 1 painted and shown, any other shown as it stands.
-    int dimTrails;   ///< With wireframes: 0 lets old frames pile up.
+    int fade;        ///< A Fade, over 5000 ms; any other but 0: FadeOut.
+    int title;       ///< A Title; any other but 0: KeptTitle.
+    int dimTrails;   ///< With the lattice: 0 lets old frames pile up.
     QString caption; ///< Drawn over the effect in white, unless empty.
     int spare;       ///< Reserve; 2 in two parts of the script.
 };

@@ -53,16 +53,18 @@ int TimeStep::millisPerFrame() const
 
 float TimeStep::frameStep(float framesPerSecond) const
 {
-    return static_cast<float>(stepMillis) / (1000.0 / framesPerSecond);
+    return static_cast<float>(static_cast<float>(stepMillis) / (1000.0 / framesPerSecond));
 }
 
 float TimeStep::timeStep(float framesPerSecond) const
 {
-    return (static_cast<float>(stepMillis) / (1000.0 / framesPerSecond)) / framesPerSecond;
+    return static_cast<float>((static_cast<float>(stepMillis) / (1000.0 / framesPerSecond)) /
+                              framesPerSecond);
 }
 
 float nrand()
 {
-    const int r = qrand() % 32000;
-    return static_cast<float>(r - 16000) / 16000.0;
+    const int half = 16000;
+    const int r = qrand() % (2 * half);
+    return static_cast<float>(r - half) / static_cast<float>(half);
 }

@@ -59,7 +59,7 @@ void MainWindowGlTest::objectNameIsKept()
 void MainWindowGlTest::surfaceReplacesTheCentralWidget()
 {
     MainWindow window;
-    QCOMPARE(window.centralWidget(), static_cast<QWidget*>(window.demoWindow));
+    QCOMPARE(window.centralWidget(), static_cast<QWidget*>(window.demoWindow.get()));
     // The window lets go of the plain one by way of the event loop.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     QVERIFY(!window.findChild<QWidget*>("centralWidget"));
@@ -107,7 +107,7 @@ void MainWindowGlTest::anyKeyCloses()
     QVERIFY(window.isVisible());
     // The surface has the keys first and must let them through.
     QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
-    QApplication::sendEvent(window.demoWindow, &press);
+    QApplication::sendEvent(window.demoWindow.get(), &press);
     QVERIFY(!window.isVisible());
 }
 
