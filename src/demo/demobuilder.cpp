@@ -73,7 +73,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     SystemState* systemState = demo.systemState();
     QVector<Part> parts;
 
-    // 1–3: out of the dark, the lines spread.
+    // Out of the dark, the lines spread.
     Part part = newPart();
     part->fade = DemoPart::FadeIn;
     part->spread = 2;
@@ -88,7 +88,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     part->spread = 4;
     parts.append(part);
 
-    // 4–6: the phone introduces itself.
+    // The phone introduces itself.
     part = newPart();
     part->text = "My name is nokia n nine hundred";
     part->face = DemoPart::CoyFace;
@@ -106,7 +106,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
 
     parts.append(newPart());
 
-    // 7–9: how its owner cares for it.
+    // How its owner cares for it.
     const int level = systemState->batteryLevel();
     parts.append(batteryPart(level));
     parts.append(lovePart(level, systemState));
@@ -119,7 +119,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     part->spread = DemoPart::OneQuad;
     parts.append(part);
 
-    // 10–13: it has read the address book.
+    // It has read the address book.
     parts.append(friendPart(friends, 0, "Who is %1"));
 
     part = newPart();
@@ -139,7 +139,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
-    // 14–16: cute or not.
+    // Cute or not.
     part = newPart();
     part->text = "Do you call me cute";
     part->face = DemoPart::CoyFace;
@@ -160,7 +160,7 @@ QVector<QSharedPointer<DemoPart>> DemoBuilder::build(DemoMain& demo)
     part->title = DemoPart::PaintedTitle;
     parts.append(part);
 
-    // 17–19: and into the dark again.
+    // And into the dark again.
     parts.append(newPart());
 
     part = newPart();

@@ -41,8 +41,8 @@ struct Owners
                     {d.effectTarget.textureId(), "effectTarget"},
                     {d.titleTarget.textureId(), "titleTarget"}};
         programs = {{d.renderer.d->defaultProgram.programId(), "the default program"}};
-        for (const char* name : {"contrast", "contrast2", "contrast3", "contrast4"}) {
-            programs.insert(stage.program(name), name);
+        for (const Look& look : LOOKS) {
+            programs.insert(stage.program(look.name), look.name);
         }
     }
 
@@ -118,19 +118,23 @@ void CallsGlTest::setUp()
 
 void CallsGlTest::frame_data()
 {
-    QTest::addColumn<int>("face");
+    QTest::addColumn<DemoPart::Face>("face");
     QTest::addColumn<QString>("shader");
     QTest::addColumn<int>("spread");
     QTest::addColumn<int>("fade");
     QTest::addColumn<int>("title");
-    QTest::newRow("single-quad") << -1 << "contrast" << 0 << 0 << 0;
-    QTest::newRow("seven-copies-with-face") << 2 << "contrast2" << 1 << 0 << 0;
-    QTest::newRow("title-with-fade") << -1 << "contrast2" << 0 << 2 << 1;
+    QTest::newRow("single-quad") << DemoPart::NoFace << "contrast" << int(DemoPart::OneQuad)
+                                 << int(DemoPart::NoFade) << int(DemoPart::NoTitle);
+    QTest::newRow("seven-copies-with-face")
+        << DemoPart::JealousFace << "contrast2" << int(DemoPart::WideCopies)
+        << int(DemoPart::NoFade) << int(DemoPart::NoTitle);
+    QTest::newRow("title-with-fade") << DemoPart::NoFace << "contrast2" << int(DemoPart::OneQuad)
+                                     << int(DemoPart::FadeOut) << int(DemoPart::PaintedTitle);
 }
 
 void CallsGlTest::frame()
 {
-    QFETCH(int, face);
+    QFETCH(DemoPart::Face, face);
     QFETCH(QString, shader);
     QFETCH(int, spread);
     QFETCH(int, fade);

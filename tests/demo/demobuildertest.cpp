@@ -7,6 +7,7 @@
 #include "support/fakedeviceinfo.h"
 #include "support/logcapture.h"
 
+#include <QFile>
 #include <QSet>
 #include <QTest>
 #include <QWidget>
@@ -61,49 +62,145 @@ struct Line
     int spare;
 };
 
+/// For the names of what a part holds.
+struct Script : DemoPart
+{
+    static QVector<Line> expected(int level, int power, const QStringList& friends);
+};
+
 /// The whole show as it is to be on a phone; `friends` are the first, third and fourth of its
 /// shuffled names.
-QVector<Line> script(int level, int power, const QStringList& friends)
+QVector<Line> Script::expected(int level, int power, const QStringList& friends)
 {
     const bool low = level < 30;
     const bool onTheWall = power == 2 || power == 3;
     const QString battery = QString("Battery ") + QString::number(level) + "%";
 
-    Line seventh{"I know you are taking care of me", battery, 1, 1, "contrast", 0, 0, 0, 1, 1};
+    Line seventh{"I know you are taking care of me",
+                 battery,
+                 TenderFace,
+                 Tunnel,
+                 "contrast",
+                 OneQuad,
+                 NoFade,
+                 NoTitle,
+                 1,
+                 1};
     if (level < 50) {
         seventh.text = low ? "Care about me more" : "You should understand my needs";
-        seventh.face = 2;
+        seventh.face = JealousFace;
     }
-    Line eighth{"I love you", "", 1, 1, "contrast", 0, 0, 0, 1, 1};
+    Line eighth{"I love you", "", TenderFace, Tunnel, "contrast", OneQuad, NoFade, NoTitle, 1, 1};
     if (low && !onTheWall) {
         eighth.text = "Please plug me in my love";
         eighth.caption = "Plug me in";
-        eighth.face = 0;
+        eighth.face = CoyFace;
     }
     const QString& first = friends.at(0);
     const QString& third = friends.at(1);
     const QString& fourth = friends.at(2);
     return {
-        {"", "", -1, 0, "contrast2", 2, 1, 0, 1, 1},
-        {"", "", -1, 0, "contrast2", 3, 0, 0, 1, 1},
-        {"", "Tramo", -1, 0, "contrast2", 4, 0, 0, 1, 1},
-        {"My name is nokia n nine hundred", "", 0, 2, "contrast", 6, 0, 0, 1, 2},
-        {"Do not call me cute", "", 0, 0, "contrast2", 1, 0, 1, 1, 1},
-        {"", "", -1, 0, "contrast2", 1, 0, 0, 1, 1},
+        {"", "", NoFace, Tree, "contrast2", 2, FadeIn, NoTitle, 1, 1},
+        {"", "", NoFace, Tree, "contrast2", 3, NoFade, NoTitle, 1, 1},
+        {"", "Tramo", NoFace, Tree, "contrast2", 4, NoFade, NoTitle, 1, 1},
+        {"My name is nokia n nine hundred", "", CoyFace, Lattice, "contrast", 6, NoFade, NoTitle, 1,
+         2},
+        {"Do not call me cute", "", CoyFace, Tree, "contrast2", WideCopies, NoFade, PaintedTitle, 1,
+         1},
+        {"", "", NoFace, Tree, "contrast2", WideCopies, NoFade, NoTitle, 1, 1},
         seventh,
         eighth,
-        {"But there is something", "", 1, 1, "contrast", 0, 0, 0, 1, 1},
-        {"Who is " + first, first, 2, 0, "contrast2", 1, 0, 0, 1, 1},
-        {"Your bitch?", "Bitch?", 2, 0, "contrast2", 6, 0, 0, 1, 1},
-        {"And who is " + third, third, 2, 0, "contrast2", 6, 0, 0, 1, 1},
-        {"Do not call me cute", "", 2, 0, "contrast2", 1, 0, 1, 1, 1},
-        {"Do you call me cute", "", 0, 2, "contrast2", 6, 0, 1, 1, 2},
-        {"How about " + fourth, fourth, 2, 0, "contrast2", 4, 0, 1, 1, 1},
-        {"Do not call me cute", "", 1, 0, "contrast2", 1, 0, 1, 1, 1},
-        {"", "", -1, 0, "contrast2", 1, 0, 0, 1, 1},
-        {"Unless you mean it", "", -1, 0, "contrast2", 1, 0, 1, 1, 1},
-        {"", "", -1, 0, "contrast2", 1, 2, 0, 1, 1},
+        {"But there is something", "", TenderFace, Tunnel, "contrast", OneQuad, NoFade, NoTitle, 1,
+         1},
+        {"Who is " + first, first, JealousFace, Tree, "contrast2", WideCopies, NoFade, NoTitle, 1,
+         1},
+        {"Your bitch?", "Bitch?", JealousFace, Tree, "contrast2", 6, NoFade, NoTitle, 1, 1},
+        {"And who is " + third, third, JealousFace, Tree, "contrast2", 6, NoFade, NoTitle, 1, 1},
+        {"Do not call me cute", "", JealousFace, Tree, "contrast2", WideCopies, NoFade,
+         PaintedTitle, 1, 1},
+        {"Do you call me cute", "", CoyFace, Lattice, "contrast2", 6, NoFade, PaintedTitle, 1, 2},
+        {"How about " + fourth, fourth, JealousFace, Tree, "contrast2", 4, NoFade, PaintedTitle, 1,
+         1},
+        {"Do not call me cute", "", TenderFace, Tree, "contrast2", WideCopies, NoFade, PaintedTitle,
+         1, 1},
+        {"", "", NoFace, Tree, "contrast2", WideCopies, NoFade, NoTitle, 1, 1},
+        {"Unless you mean it", "", NoFace, Tree, "contrast2", WideCopies, NoFade, PaintedTitle, 1,
+         1},
+        {"", "", NoFace, Tree, "contrast2", WideCopies, FadeOut, NoTitle, 1, 1},
     };
+}
+
+/// A part in words, every field of it.
+QString told(const Line& line)
+{
+    const QStringList numbers = {
+        QString("face %1").arg(line.face),     QString("effect %1").arg(line.effect),
+        QString("spread %1").arg(line.spread), QString("fade %1").arg(line.fade),
+        QString("title %1").arg(line.title),   QString("dimTrails %1").arg(line.dimTrails),
+        QString("spare %1").arg(line.spare),
+    };
+    return QString("\"%1\", \"%2\", %3, ").arg(line.text, line.caption, line.shader) +
+           numbers.join(", ");
+}
+
+QStringList told(const QVector<Line>& lines)
+{
+    QStringList texts;
+    for (const Line& line : lines) {
+        texts.append(told(line));
+    }
+    return texts;
+}
+
+QStringList told(const QVector<QSharedPointer<DemoPart>>& parts)
+{
+    QStringList texts;
+    for (const QSharedPointer<DemoPart>& part : parts) {
+        texts.append(
+            told(Line{part->text, part->caption, part->face, part->effect, part->shader,
+                      part->spread, part->fade, part->title, part->dimTrails, part->spare}));
+    }
+    return texts;
+}
+
+/// The first part whose caption begins like this, or which says this; a part of nothing where there
+/// is none.
+QSharedPointer<DemoPart> partWith(const QVector<QSharedPointer<DemoPart>>& parts,
+                                  const QStringList& words)
+{
+    for (const QSharedPointer<DemoPart>& part : parts) {
+        for (const QString& word : words) {
+            if (part->text == word ||
+                (!part->caption.isEmpty() && part->caption.startsWith(word))) {
+                return part;
+            }
+        }
+    }
+    return QSharedPointer<DemoPart>::create();
+}
+
+QSharedPointer<DemoPart> batteryPart(const QVector<QSharedPointer<DemoPart>>& parts)
+{
+    return partWith(parts, {"Battery "});
+}
+
+QSharedPointer<DemoPart> lovePart(const QVector<QSharedPointer<DemoPart>>& parts)
+{
+    return partWith(parts, {"I love you", "Please plug me in my love"});
+}
+
+/// The parts that name a friend, by what they say.
+QVector<QSharedPointer<DemoPart>> friendParts(const QVector<QSharedPointer<DemoPart>>& parts)
+{
+    QVector<QSharedPointer<DemoPart>> found;
+    for (const QSharedPointer<DemoPart>& part : parts) {
+        for (const char* begin : {"Who is ", "And who is ", "How about "}) {
+            if (part->text.startsWith(begin)) {
+                found.append(part);
+            }
+        }
+    }
+    return found;
 }
 
 const int LEVELS[] = {-1, 0, 29, 30, 49, 50, 73, 100};
@@ -118,6 +215,8 @@ class DemoBuilderTest : public QObject
 private slots:
     void initTestCase();
 
+    void scriptIsListed();
+    void everyPartHasItsPicture();
     void script_data();
     void script();
     void batteryLines_data();
@@ -132,6 +231,9 @@ private slots:
     void buildDrawsNoNumbersAndLogsNothing();
     void everyBuildIsANewList();
     void showIsNotBuiltWithoutBeingAsked();
+
+private:
+    bool listed = false;
 };
 
 void DemoBuilderTest::initTestCase()
@@ -139,90 +241,115 @@ void DemoBuilderTest::initTestCase()
     fakecontacts::use();
 }
 
+void DemoBuilderTest::scriptIsListed()
+{
+    Phone phone(73, 1, FOUR_FRIENDS);
+    const QStringList actual = told(phone.build());
+    Friends& friends = *phone.demo.friends();
+    const QStringList expected =
+        told(Script::expected(73, 1, {friends.name(0), friends.name(2), friends.name(3)}));
+    for (int i = 0; i < qMax(actual.size(), expected.size()); ++i) {
+        QVERIFY2(
+            actual.value(i) == expected.value(i),
+            qPrintable(QString("part %1 of the script is\n    %2\nand here it is\n    %3\n"
+                               "If the script is right, change Script::expected() in this "
+                               "file.")
+                           .arg(i + 1)
+                           .arg(actual.value(i, "not there"), expected.value(i, "not there"))));
+    }
+    listed = true;
+}
+
+void DemoBuilderTest::everyPartHasItsPicture()
+{
+    Phone phone(73, 1, FOUR_FRIENDS);
+    QFile file(QFINDTESTDATA("../../docs/show.md"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString tour = QString::fromUtf8(file.readAll());
+    const int parts = phone.build().size();
+    for (int number = 1; number <= parts + 1; ++number) {
+        const QString picture = QString("pictures/%1.jpg").arg(number, 2, 10, QChar('0'));
+        const QString row = QString("| ![%1](%2) | **%1.** ").arg(number).arg(picture);
+        QVERIFY2(tour.contains(row) == (number <= parts),
+                 qPrintable(QString("the script has %1 parts: tell each in a row \"%2\" of "
+                                    "docs/show.md, and run tools/make-pictures")
+                                .arg(parts)
+                                .arg(row)));
+    }
+}
+
 void DemoBuilderTest::script_data()
 {
     QTest::addColumn<int>("level");
     QTest::addColumn<int>("power");
-    QTest::addColumn<int>("number");
     for (int level : LEVELS) {
         for (int power : POWERS) {
-            for (int number = 1; number <= 19; ++number) {
-                QTest::addRow("battery %i, power %i, part %i", level, power, number)
-                    << level << power << number;
-            }
+            QTest::addRow("battery %i, power %i", level, power) << level << power;
         }
     }
 }
 
 void DemoBuilderTest::script()
 {
+    if (!listed) {
+        QSKIP("scriptIsListed says why");
+    }
     QFETCH(int, level);
     QFETCH(int, power);
-    QFETCH(int, number);
     Phone phone(level, power, FOUR_FRIENDS);
     const QVector<QSharedPointer<DemoPart>> parts = phone.build();
-    QCOMPARE(parts.size(), 19);
     Friends& friends = *phone.demo.friends();
-    const Line line =
-        ::script(level, power, {friends.name(0), friends.name(2), friends.name(3)}).at(number - 1);
-    const DemoPart& part = *parts.at(number - 1);
-    QCOMPARE(part.text, line.text);
-    QCOMPARE(part.caption, line.caption);
-    QCOMPARE(part.face, line.face);
-    QCOMPARE(part.effect, line.effect);
-    QCOMPARE(part.shader, line.shader);
-    QCOMPARE(part.spread, line.spread);
-    QCOMPARE(part.fade, line.fade);
-    QCOMPARE(part.title, line.title);
-    QCOMPARE(part.dimTrails, line.dimTrails);
-    QCOMPARE(part.spare, line.spare);
-    QCOMPARE(part.flag, false);
-    QVERIFY(part.children.isEmpty());
-    // No part speaks a line that is not there, so that the driver may ask for an empty one only.
-    QVERIFY(!part.text.isNull());
+    QCOMPARE(told(parts), told(Script::expected(
+                              level, power, {friends.name(0), friends.name(2), friends.name(3)})));
+    for (const QSharedPointer<DemoPart>& part : parts) {
+        QCOMPARE(part->flag, false);
+        QVERIFY(part->children.isEmpty());
+        // No part speaks a line that is not there, so that the driver may ask for an empty one
+        // only.
+        QVERIFY(!part->text.isNull());
+    }
 }
 
 void DemoBuilderTest::batteryLines_data()
 {
     QTest::addColumn<int>("level");
     QTest::addColumn<int>("power");
-    QTest::addColumn<QString>("seventh");
+    QTest::addColumn<QString>("care");
     QTest::addColumn<QString>("caption");
-    QTest::addColumn<QString>("eighth");
-    const QString care = "Care about me more";
-    const QString needs = "You should understand my needs";
-    const QString known = "I know you are taking care of me";
-    const QString love = "I love you";
-    const QString plug = "Please plug me in my love";
-    QTest::newRow("unknown, unplugged") << -1 << 1 << care << "Battery -1%" << plug;
-    QTest::newRow("unknown, plugged in") << -1 << 3 << care << "Battery -1%" << love;
-    QTest::newRow("empty, unplugged") << 0 << 1 << care << "Battery 0%" << plug;
-    QTest::newRow("29, unplugged") << 29 << 1 << care << "Battery 29%" << plug;
-    QTest::newRow("29, power unknown") << 29 << 0 << care << "Battery 29%" << plug;
-    QTest::newRow("29, weird power") << 29 << 7 << care << "Battery 29%" << plug;
-    QTest::newRow("29, on the wall") << 29 << 2 << care << "Battery 29%" << love;
-    QTest::newRow("29, charging") << 29 << 3 << care << "Battery 29%" << love;
-    QTest::newRow("30, unplugged") << 30 << 1 << needs << "Battery 30%" << love;
-    QTest::newRow("49, unplugged") << 49 << 1 << needs << "Battery 49%" << love;
-    QTest::newRow("50, unplugged") << 50 << 1 << known << "Battery 50%" << love;
-    QTest::newRow("full") << 100 << 2 << known << "Battery 100%" << love;
+    QTest::addColumn<QString>("love");
+    const QString cross = "Care about me more";
+    const QString patient = "You should understand my needs";
+    const QString content = "I know you are taking care of me";
+    const QString fond = "I love you";
+    const QString begging = "Please plug me in my love";
+    QTest::newRow("unknown, unplugged") << -1 << 1 << cross << "Battery -1%" << begging;
+    QTest::newRow("unknown, plugged in") << -1 << 3 << cross << "Battery -1%" << fond;
+    QTest::newRow("empty, unplugged") << 0 << 1 << cross << "Battery 0%" << begging;
+    QTest::newRow("29, unplugged") << 29 << 1 << cross << "Battery 29%" << begging;
+    QTest::newRow("29, power unknown") << 29 << 0 << cross << "Battery 29%" << begging;
+    QTest::newRow("29, weird power") << 29 << 7 << cross << "Battery 29%" << begging;
+    QTest::newRow("29, on the wall") << 29 << 2 << cross << "Battery 29%" << fond;
+    QTest::newRow("29, charging") << 29 << 3 << cross << "Battery 29%" << fond;
+    QTest::newRow("30, unplugged") << 30 << 1 << patient << "Battery 30%" << fond;
+    QTest::newRow("49, unplugged") << 49 << 1 << patient << "Battery 49%" << fond;
+    QTest::newRow("50, unplugged") << 50 << 1 << content << "Battery 50%" << fond;
+    QTest::newRow("full") << 100 << 2 << content << "Battery 100%" << fond;
     // Without separators, whatever the language.
-    QTest::newRow("overfull") << 12345 << 2 << known << "Battery 12345%" << love;
+    QTest::newRow("overfull") << 12345 << 2 << content << "Battery 12345%" << fond;
 }
 
 void DemoBuilderTest::batteryLines()
 {
     QFETCH(int, level);
     QFETCH(int, power);
-    QFETCH(QString, seventh);
+    QFETCH(QString, care);
     QFETCH(QString, caption);
-    QFETCH(QString, eighth);
+    QFETCH(QString, love);
     Phone phone(level, power, FOUR_FRIENDS);
     const QVector<QSharedPointer<DemoPart>> parts = phone.build();
-    QCOMPARE(parts.size(), 19);
-    QCOMPARE(parts.at(6)->text, seventh);
-    QCOMPARE(parts.at(6)->caption, caption);
-    QCOMPARE(parts.at(7)->text, eighth);
+    QCOMPARE(batteryPart(parts)->text, care);
+    QCOMPARE(batteryPart(parts)->caption, caption);
+    QCOMPARE(lovePart(parts)->text, love);
 }
 
 void DemoBuilderTest::powerIsAskedOnlyWhenLow_data()
@@ -258,10 +385,10 @@ void DemoBuilderTest::latestBatteryCounts()
     const QVector<QSharedPointer<DemoPart>> before = phone.build();
     fakedevice::notifyBattery(40);
     // What is written stays written.
-    QCOMPARE(before.at(6)->text, QString("Care about me more"));
-    QCOMPARE(before.at(6)->caption, QString("Battery 20%"));
-    QCOMPARE(before.at(7)->text, QString("Please plug me in my love"));
-    QCOMPARE(phone.build().at(6)->caption, QString("Battery 40%"));
+    QCOMPARE(batteryPart(before)->text, QString("Care about me more"));
+    QCOMPARE(batteryPart(before)->caption, QString("Battery 20%"));
+    QCOMPARE(lovePart(before)->text, QString("Please plug me in my love"));
+    QCOMPARE(batteryPart(phone.build())->caption, QString("Battery 40%"));
 }
 
 void DemoBuilderTest::secondNameIsNeverUsed()
@@ -310,28 +437,26 @@ void DemoBuilderTest::anyNameIsTakenAsItIs()
     QFETCH(QString, name);
     Phone phone(80, 1, {name});
     const QVector<QSharedPointer<DemoPart>> parts = phone.build();
-    QCOMPARE(parts.size(), 19);
-    QCOMPARE(parts.at(9)->text, "Who is " + name);
-    QCOMPARE(parts.at(9)->caption, name);
-    QCOMPARE(parts.at(11)->text, "And who is " + name);
-    QCOMPARE(parts.at(11)->caption, name);
-    QCOMPARE(parts.at(14)->text, "How about " + name);
-    QCOMPARE(parts.at(14)->caption, name);
+    QStringList lines;
+    for (const QSharedPointer<DemoPart>& part : friendParts(parts)) {
+        lines.append(part->text);
+        QCOMPARE(part->caption, name);
+    }
+    QCOMPARE(lines, QStringList({"Who is " + name, "And who is " + name, "How about " + name}));
     // A name that looks like a place for one has no reach into other lines.
-    QCOMPARE(parts.at(6)->caption, QString("Battery 80%"));
+    QVERIFY(batteryPart(parts)->text.startsWith("I know"));
+    QCOMPARE(batteryPart(parts)->caption, QString("Battery 80%"));
 }
 
 void DemoBuilderTest::namesOfTheShowsOwn()
 {
     Phone phone(80, 1, {});
     const QStringList own = {"Olka", "Rovi", "Ferida", "Tasu", "Nelo-Vira", "Morela", "Vuffa"};
-    const QVector<QSharedPointer<DemoPart>> parts = phone.build();
     QSet<QString> used;
-    for (int number : {10, 12, 15}) {
-        const QString caption = parts.at(number - 1)->caption;
-        QVERIFY(own.contains(caption));
-        QVERIFY(parts.at(number - 1)->text.endsWith(" " + caption));
-        used.insert(caption);
+    for (const QSharedPointer<DemoPart>& part : friendParts(phone.build())) {
+        QVERIFY(own.contains(part->caption));
+        QVERIFY(part->text.endsWith(" " + part->caption));
+        used.insert(part->caption);
     }
     QCOMPARE(used.size(), 3);
 }
@@ -361,7 +486,7 @@ void DemoBuilderTest::everyBuildIsANewList()
             parts.insert(part.data());
         }
     }
-    QCOMPARE(parts.size(), 38);
+    QCOMPARE(parts.size(), one.size() + two.size());
     one.first()->text = "changed";
     QCOMPARE(two.first()->text, QString(""));
 }

@@ -1,5 +1,8 @@
 #include "stage.h"
 
+#include "demo/demobuilder.h"
+#include "graphics/renderer_p.h"
+
 #include "support/logcapture.h"
 #include "support/picturecompare.h"
 
@@ -50,6 +53,8 @@ private slots:
     void drawsOfAFrame();
     void copiesAreTurnedAndGrow_data();
     void copiesAreTurnedAndGrow();
+    void unknownIsToldAndLeftOut_data();
+    void unknownIsToldAndLeftOut();
     void faceComesAndGoes_data();
     void faceComesAndGoes();
     void shakeIsDrawnXBeforeY();
@@ -70,7 +75,10 @@ namespace {
 /// Two parts, the first to be set by a test; long enough for anything.
 void useScript(Stage& stage)
 {
-    stage.d().parts = {QSharedPointer<DemoPart>::create(), QSharedPointer<DemoPart>::create()};
+    stage.d().parts.clear();
+    for (int part = 0; part < 2; ++part) {
+        stage.d().parts.append(QSharedPointer<DemoPart>::create());
+    }
 }
 
 DemoPart& firstPart(Stage& stage)
@@ -181,12 +189,10 @@ void DemoMainGlTest::initLoadsEverything()
     DemoMain::DemoMainPrivate& d = stage.d();
     QCOMPARE(d.widget, &stage.window);
     QCOMPARE(d.testTexture.filename(), QString(":/textures/test1.jpg"));
-    QCOMPARE(d.faceTextures[0].filename(), QString(":/face/facetestinv.jpg"));
-    QCOMPARE(d.faceTextures[1].filename(), QString(":/face/facetestinv2.jpg"));
-    QCOMPARE(d.faceTextures[2].filename(), QString(":/face/facetestinv3.jpg"));
-    for (const graphics::Texture2d& face : d.faceTextures) {
-        QCOMPARE(face.width(), 256u);
-        QCOMPARE(face.height(), 256u);
+    for (int face = 0; face < NUM_FACES; ++face) {
+        QCOMPARE(d.faceTextures[face].filename(), QString(FACE_FILES[face]));
+        QCOMPARE(d.faceTextures[face].width(), 256u);
+        QCOMPARE(d.faceTextures[face].height(), 256u);
     }
     QCOMPARE(d.testTexture.width(), 512u);
     QCOMPARE(d.testTexture.height(), 512u);
@@ -208,7 +214,7 @@ void DemoMainGlTest::initLoadsEverything()
             }
         }
     }
-    QCOMPARE(d.parts.size(), 19);
+    QCOMPARE(d.parts.size(), DemoBuilder().build(*stage.demo).size());
     QCOMPARE(d.partIndex, -1);
     QCOMPARE(d.player->parent(), &stage.window);
     QCOMPARE(d.player->volume(), 0);
@@ -308,9 +314,9 @@ void DemoMainGlTest::speechHoldsThePart()
     useScript(stage);
     DemoPart& part = firstPart(stage);
     part.text = "A long line";
-    part.title = 1;
-    part.face = 0;
-    part.fade = 2;
+    part.title = DemoPart::PaintedTitle;
+    part.face = DemoPart::CoyFace;
+    part.fade = DemoPart::FadeOut;
     stage.setTalking(true);
     stage.frame(0);
     stage.frame(4100);
@@ -357,8 +363,8 @@ void DemoMainGlTest::switchChoosesTheColour()
     stage.open();
     int battery = 0;
     for (unsigned int seed = 1; seed < 60; ++seed) {
-        stage.d().parts = {QSharedPointer<DemoPart>::create(), QSharedPointer<DemoPart>::create()};
-        firstPart(stage).effect = 3;
+        useScript(stage);
+        firstPart(stage).effect = DemoPart::NoEffect;
         stage.d().partIndex = -1;
         battery = static_cast<int>(seed * 37 % 101);
         fakedevice::notifyBattery(battery);
@@ -400,9 +406,9 @@ void DemoMainGlTest::titleOpensAndCloses()
     Stage& stage = sharedStage();
     if (!opened) {
         useScript(stage);
-        firstPart(stage).title = 1;
+        firstPart(stage).title = DemoPart::PaintedTitle;
         firstPart(stage).text = "A line that holds the part";
-        firstPart(stage).effect = 3;
+        firstPart(stage).effect = DemoPart::NoEffect;
         stage.setTalking(true);
         stage.frame(0);
     }
@@ -441,7 +447,7 @@ void DemoMainGlTest::otherTitleIsShownAsItStands()
     Stage stage;
     stage.open();
     useScript(stage);
-    firstPart(stage).title = 2;
+    firstPart(stage).title = DemoPart::KeptTitle;
     {
         glBindBuffer(GL_ARRAY_BUFFER, 0);
         QPainter painter(stage.d().titleTarget.fbo());
@@ -456,18 +462,18 @@ void DemoMainGlTest::otherTitleIsShownAsItStands()
 
 void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter_data()
 {
-    QTest::addColumn<int>("effect");
+    QTest::addColumn<DemoPart::Effect>("effect");
     QTest::addColumn<bool>("centred");
-    QTest::newRow("tree") << 0 << true;
-    QTest::newRow("zoomer") << 1 << false;
-    QTest::newRow("lattice") << 2 << true;
-    QTest::newRow("none") << 3 << false;
-    QTest::newRow("none, by a negative number") << -1 << false;
+    QTest::newRow("tree") << DemoPart::Tree << true;
+    QTest::newRow("tunnel") << DemoPart::Tunnel << false;
+    QTest::newRow("lattice") << DemoPart::Lattice << true;
+    QTest::newRow("none") << DemoPart::NoEffect << false;
+    QTest::newRow("none, by an unknown number") << static_cast<DemoPart::Effect>(3) << false;
 }
 
 void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter()
 {
-    QFETCH(int, effect);
+    QFETCH(DemoPart::Effect, effect);
     QFETCH(bool, centred);
     Stage& stage = sharedStage();
     useScript(stage);
@@ -482,12 +488,12 @@ void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter()
     stage.d().backgroundColor = Qt::black;
     const QImage before = content(stage.d().effectTarget);
 
-    // The zoomer draws before the caption does: 1 + 3 for each of its 25 dots.
+    // The tunnel draws before the caption does: 1 + 3 for each of its 25 dots.
     const unsigned int seed = 4711;
     qsrand(seed);
     stage.frame(2500);
     qsrand(seed);
-    for (int i = 0; effect == 1 && i < 76; ++i) {
+    for (int i = 0; effect == DemoPart::Tunnel && i < 76; ++i) {
         qrand();
     }
     const int drawX = qrand();
@@ -497,16 +503,16 @@ void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter()
 
     Wireframes wireframes;
     const QImage expected = paintedOver(before, [&](QPainter& painter) {
-        if (effect == 0 || effect == 2) {
+        if (effect == DemoPart::Tree || effect == DemoPart::Lattice) {
             painter.fillRect(0, 0, 256, 256, QColor(0, 0, 0, 75));
             painter.translate(128, 128);
         }
-        if (effect == 0) {
+        if (effect == DemoPart::Tree) {
             painter.setPen(Qt::black);
             stage.d().radialEffect.render(painter);
-        } else if (effect == 1) {
+        } else if (effect == DemoPart::Tunnel) {
             painter.drawImage(0, 0, stage.d().frameBitmap.image());
-        } else if (effect == 2) {
+        } else if (effect == DemoPart::Lattice) {
             wireframes.renderFrame(painter, 16);
         }
         painter.setPen(QColor(255, 255, 255, 128));
@@ -534,7 +540,7 @@ void DemoMainGlTest::captionFadesIn()
     QFETCH(int, alpha);
     Stage& stage = sharedStage();
     useScript(stage);
-    firstPart(stage).effect = 3;
+    firstPart(stage).effect = DemoPart::NoEffect;
     firstPart(stage).caption = "WWW";
     stage.d().partIndex = -1;
     stage.frame(0);
@@ -560,7 +566,7 @@ void DemoMainGlTest::frameCountsFromTheSwitch()
     stage.open();
     useScript(stage);
     for (const auto& part : qAsConst(stage.d().parts)) {
-        part->effect = 2;
+        part->effect = DemoPart::Lattice;
     }
     Wireframes wireframes;
     const auto isFrame = [&](int number, int step) {
@@ -586,14 +592,14 @@ void DemoMainGlTest::frameCountsFromTheSwitch()
 
 void DemoMainGlTest::trailsAreDimmedToTheRim_data()
 {
-    QTest::addColumn<int>("effect");
-    QTest::newRow("tree") << 0;
-    QTest::newRow("lattice") << 2;
+    QTest::addColumn<DemoPart::Effect>("effect");
+    QTest::newRow("tree") << DemoPart::Tree;
+    QTest::newRow("lattice") << DemoPart::Lattice;
 }
 
 void DemoMainGlTest::trailsAreDimmedToTheRim()
 {
-    QFETCH(int, effect);
+    QFETCH(DemoPart::Effect, effect);
     Stage& stage = sharedStage();
     useScript(stage);
     firstPart(stage).effect = effect;
@@ -619,7 +625,7 @@ void DemoMainGlTest::undimmedTrailsPileUp()
     Stage stage;
     stage.open();
     useScript(stage);
-    firstPart(stage).effect = 2;
+    firstPart(stage).effect = DemoPart::Lattice;
     firstPart(stage).dimTrails = 0;
     stage.frame(0);
     const QImage before = content(stage.d().effectTarget);
@@ -638,7 +644,7 @@ void DemoMainGlTest::latticePausesWhereDrawsAreGathered()
     stage.open();
     const QByteArray driver(reinterpret_cast<const char*>(glGetString(GL_RENDERER)));
     useScript(stage);
-    firstPart(stage).effect = 2;
+    firstPart(stage).effect = DemoPart::Lattice;
     stage.frame(0);
     glrecorder::start(glrecorder::Record);
     stage.frame();
@@ -647,24 +653,25 @@ void DemoMainGlTest::latticePausesWhereDrawsAreGathered()
 
 void DemoMainGlTest::drawsOfAFrame_data()
 {
-    QTest::addColumn<int>("effect");
-    QTest::addColumn<int>("face");
+    QTest::addColumn<DemoPart::Effect>("effect");
+    QTest::addColumn<DemoPart::Face>("face");
     QTest::addColumn<QString>("caption");
     QTest::addColumn<int>("draws");
-    QTest::newRow("nothing random") << 3 << -1 << "" << 0;
-    QTest::newRow("grown tree") << 0 << -1 << "" << 0;
-    QTest::newRow("lattice") << 2 << -1 << "" << 0;
-    QTest::newRow("caption") << 3 << -1 << "x" << 2;
-    QTest::newRow("face") << 3 << 1 << "" << 2;
-    QTest::newRow("caption and face") << 2 << 2 << "x" << 4;
-    QTest::newRow("zoomer, settled") << 1 << -1 << "" << 76;
-    QTest::newRow("zoomer with caption and face") << 1 << 0 << "x" << 80;
+    QTest::newRow("nothing random") << DemoPart::NoEffect << DemoPart::NoFace << "" << 0;
+    QTest::newRow("grown tree") << DemoPart::Tree << DemoPart::NoFace << "" << 0;
+    QTest::newRow("lattice") << DemoPart::Lattice << DemoPart::NoFace << "" << 0;
+    QTest::newRow("caption") << DemoPart::NoEffect << DemoPart::NoFace << "x" << 2;
+    QTest::newRow("face") << DemoPart::NoEffect << DemoPart::TenderFace << "" << 2;
+    QTest::newRow("caption and face") << DemoPart::Lattice << DemoPart::JealousFace << "x" << 4;
+    QTest::newRow("tunnel, settled") << DemoPart::Tunnel << DemoPart::NoFace << "" << 76;
+    QTest::newRow("tunnel with caption and face")
+        << DemoPart::Tunnel << DemoPart::CoyFace << "x" << 80;
 }
 
 void DemoMainGlTest::drawsOfAFrame()
 {
-    QFETCH(int, effect);
-    QFETCH(int, face);
+    QFETCH(DemoPart::Effect, effect);
+    QFETCH(DemoPart::Face, face);
     QFETCH(QString, caption);
     Stage& stage = sharedStage();
     useScript(stage);
@@ -686,7 +693,7 @@ void DemoMainGlTest::copiesAreTurnedAndGrow_data()
 {
     QTest::addColumn<int>("spread");
     QTest::addColumn<double>("factor");
-    QTest::newRow("all over the screen") << 1 << 48.1;
+    QTest::newRow("all over the screen") << int(DemoPart::WideCopies) << 48.1;
     QTest::newRow("2") << 2 << 10.2;
     QTest::newRow("6") << 6 << 30.6;
 }
@@ -697,7 +704,7 @@ void DemoMainGlTest::copiesAreTurnedAndGrow()
     QFETCH(double, factor);
     Stage& stage = sharedStage();
     useScript(stage);
-    firstPart(stage).effect = 3;
+    firstPart(stage).effect = DemoPart::NoEffect;
     firstPart(stage).spread = spread;
     stage.d().partIndex = -1;
     stage.frame(0);
@@ -723,6 +730,60 @@ void DemoMainGlTest::copiesAreTurnedAndGrow()
     }
 }
 
+void DemoMainGlTest::unknownIsToldAndLeftOut_data()
+{
+    QTest::addColumn<QString>("look");
+    QTest::addColumn<int>("face");
+    QTest::addColumn<int>("effect");
+    QTest::addColumn<QStringList>("lines");
+    const QStringList nothing;
+    QTest::newRow("all known") << "contrast4" << int(DemoPart::JealousFace)
+                               << int(DemoPart::Lattice) << nothing;
+    QTest::newRow("none") << "contrast" << int(DemoPart::NoFace) << int(DemoPart::NoEffect)
+                          << nothing;
+    QTest::newRow("look") << "contrast5" << 0 << 0
+                          << QStringList{"Part 1: there is no look \"contrast5\""};
+    QTest::newRow("no look") << "" << 0 << 0 << QStringList{"Part 1: there is no look \"\""};
+    QTest::newRow("next face") << "contrast" << NUM_FACES << 0
+                               << QStringList{"Part 1: there is no face 3"};
+    QTest::newRow("face far away")
+        << "contrast" << (1 << 30) << 0 << QStringList{"Part 1: there is no face 1073741824"};
+    QTest::newRow("next effect") << "contrast" << 0 << 3
+                                 << QStringList{"Part 1: there is no effect 3"};
+    QTest::newRow("all of them") << "gloss" << 7 << 8
+                                 << QStringList{"Part 1: there is no look \"gloss\"",
+                                                "Part 1: there is no face 7",
+                                                "Part 1: there is no effect 8"};
+}
+
+void DemoMainGlTest::unknownIsToldAndLeftOut()
+{
+    QFETCH(QString, look);
+    QFETCH(int, face);
+    QFETCH(int, effect);
+    QFETCH(QStringList, lines);
+    Stage& stage = sharedStage();
+    useScript(stage);
+    firstPart(stage).shader = look;
+    firstPart(stage).face = face;
+    firstPart(stage).effect = effect;
+    stage.d().partIndex = -1;
+    LogCapture log;
+    stage.frame(0);
+    glrecorder::start(glrecorder::Record);
+    stage.frame();
+    // Once a part, not once a frame.
+    QCOMPARE(log.lines(QtWarningMsg), lines);
+    const QVector<glrecorder::Draw> draws = glrecorder::draws();
+    const bool faceIsThere = face >= 0 && face < NUM_FACES;
+    QCOMPARE(draws.size(), 7 + (faceIsThere ? 1 : 0));
+    const unsigned int program =
+        lines.filter("look").isEmpty()
+            ? stage.program(look)
+            : static_cast<unsigned int>(stage.demo->renderer()->d->defaultProgram.programId());
+    QCOMPARE(draws.first().program, program);
+}
+
 void DemoMainGlTest::faceComesAndGoes_data()
 {
     QTest::addColumn<int>("ms");
@@ -742,8 +803,8 @@ void DemoMainGlTest::faceComesAndGoes()
     QFETCH(int, alpha);
     Stage& stage = sharedStage();
     useScript(stage);
-    firstPart(stage).effect = 3;
-    firstPart(stage).face = 0;
+    firstPart(stage).effect = DemoPart::NoEffect;
+    firstPart(stage).face = DemoPart::CoyFace;
     firstPart(stage).text = "Do you call me cute";
     stage.d().partIndex = -1;
     stage.setTalking(true);
@@ -763,8 +824,8 @@ void DemoMainGlTest::shakeIsDrawnXBeforeY()
     Stage stage;
     stage.open();
     useScript(stage);
-    firstPart(stage).effect = 3;
-    firstPart(stage).face = 0;
+    firstPart(stage).effect = DemoPart::NoEffect;
+    firstPart(stage).face = DemoPart::CoyFace;
     stage.frame(0);
     glrecorder::start(glrecorder::Record);
     qsrand(5);
@@ -802,7 +863,7 @@ void DemoMainGlTest::playerDiesFirst()
 {
     Stage stage;
     stage.open();
-    QPointer<QMediaPlayer> player = stage.d().player;
+    QPointer<QMediaPlayer> player = stage.d().player.get();
     const int devices = fakedevice::state().alive;
     bool deviceAlive = false;
     // A child's word: the player itself falls silent before it goes.

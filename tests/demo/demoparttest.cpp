@@ -44,6 +44,8 @@ class DemoPartTest : public QObject
     Q_OBJECT
 
 private slots:
+    void namesMeanTheseNumbers_data();
+    void namesMeanTheseNumbers();
     void defaults();
     void defaultsDoNotDependOnTheMemory();
     void destructorIsVirtual();
@@ -53,6 +55,34 @@ private slots:
     void updateIsAHook();
 };
 
+void DemoPartTest::namesMeanTheseNumbers_data()
+{
+    QTest::addColumn<int>("name");
+    QTest::addColumn<int>("number");
+    QTest::newRow("no face") << int(DemoPart::NoFace) << -1;
+    QTest::newRow("coy face") << int(DemoPart::CoyFace) << 0;
+    QTest::newRow("tender face") << int(DemoPart::TenderFace) << 1;
+    QTest::newRow("jealous face") << int(DemoPart::JealousFace) << 2;
+    QTest::newRow("no effect") << int(DemoPart::NoEffect) << -1;
+    QTest::newRow("tree") << int(DemoPart::Tree) << 0;
+    QTest::newRow("tunnel") << int(DemoPart::Tunnel) << 1;
+    QTest::newRow("lattice") << int(DemoPart::Lattice) << 2;
+    QTest::newRow("one quad") << int(DemoPart::OneQuad) << 0;
+    QTest::newRow("wide copies") << int(DemoPart::WideCopies) << 1;
+    QTest::newRow("no fade") << int(DemoPart::NoFade) << 0;
+    QTest::newRow("fade in") << int(DemoPart::FadeIn) << 1;
+    QTest::newRow("fade out") << int(DemoPart::FadeOut) << 2;
+    QTest::newRow("no title") << int(DemoPart::NoTitle) << 0;
+    QTest::newRow("painted title") << int(DemoPart::PaintedTitle) << 1;
+    QTest::newRow("kept title") << int(DemoPart::KeptTitle) << 2;
+}
+
+void DemoPartTest::namesMeanTheseNumbers()
+{
+    QFETCH(int, name);
+    QTEST(name, "number");
+}
+
 void DemoPartTest::defaults()
 {
     const DemoPart part;
@@ -61,13 +91,13 @@ void DemoPartTest::defaults()
     QVERIFY(part.text.isEmpty());
     QVERIFY(!part.text.isNull());
     QVERIFY(part.caption.isNull());
-    QCOMPARE(part.face, -1);
-    QCOMPARE(part.effect, 0);
+    QCOMPARE(part.face, int(DemoPart::NoFace));
+    QCOMPARE(part.effect, int(DemoPart::Tree));
     QCOMPARE(part.shader, QString("contrast2"));
-    QCOMPARE(part.spread, 1);
+    QCOMPARE(part.spread, int(DemoPart::WideCopies));
     QCOMPARE(part.flag, false);
-    QCOMPARE(part.fade, 0);
-    QCOMPARE(part.title, 0);
+    QCOMPARE(part.fade, int(DemoPart::NoFade));
+    QCOMPARE(part.title, int(DemoPart::NoTitle));
     QCOMPARE(part.dimTrails, 1);
     QCOMPARE(part.spare, 1);
 }
@@ -78,12 +108,12 @@ void DemoPartTest::defaultsDoNotDependOnTheMemory()
     for (int filling : {0x00, 0xff, 0x5a}) {
         std::fill(std::begin(memory), std::end(memory), static_cast<unsigned char>(filling));
         auto* part = new (memory) DemoPart;
-        QCOMPARE(part->face, -1);
-        QCOMPARE(part->effect, 0);
-        QCOMPARE(part->spread, 1);
+        QCOMPARE(part->face, int(DemoPart::NoFace));
+        QCOMPARE(part->effect, int(DemoPart::Tree));
+        QCOMPARE(part->spread, int(DemoPart::WideCopies));
         QVERIFY(!part->flag);
-        QCOMPARE(part->fade, 0);
-        QCOMPARE(part->title, 0);
+        QCOMPARE(part->fade, int(DemoPart::NoFade));
+        QCOMPARE(part->title, int(DemoPart::NoTitle));
         QCOMPARE(part->dimTrails, 1);
         QCOMPARE(part->spare, 1);
         part->~DemoPart();
@@ -131,13 +161,13 @@ void DemoPartTest::updateDoesNothing()
     DemoPart part;
     part.text = "text";
     part.caption = "caption";
-    part.face = 2;
-    part.effect = 1;
+    part.face = DemoPart::JealousFace;
+    part.effect = DemoPart::Tunnel;
     part.shader = "contrast";
     part.spread = 6;
     part.flag = true;
-    part.fade = 2;
-    part.title = 1;
+    part.fade = DemoPart::FadeOut;
+    part.title = DemoPart::PaintedTitle;
     part.dimTrails = 0;
     part.spare = 2;
     const DemoPart before = part;

@@ -23,6 +23,9 @@ private slots:
     void cleanupTestCase();
 
 private:
+    /// One show for all rows.
+    Stage& openStage();
+
     std::unique_ptr<Stage> stage;
 };
 
@@ -175,11 +178,22 @@ const Vec4 WHITE = {1, 1, 1, 1};
 
 } // namespace
 
+Stage& PicturesGlTest::openStage()
+{
+    if (!stage) {
+        stage = std::make_unique<Stage>();
+        if (stage->window.isReady()) {
+            stage->open();
+        }
+    }
+    return *stage;
+}
+
 void PicturesGlTest::screenIsWhatTheModelSays_data()
 {
     QTest::addColumn<int>("part");
     QTest::addColumn<int>("ms");
-    for (int part = 1; part <= 19; ++part) {
+    for (int part = 1; part <= openStage().d().parts.size(); ++part) {
         for (int ms : {300, 2000, 4000}) {
             QTest::addRow("part %d at %d ms", part, ms) << part << ms;
         }
@@ -190,10 +204,9 @@ void PicturesGlTest::screenIsWhatTheModelSays()
 {
     QFETCH(int, part);
     QFETCH(int, ms);
-    if (!stage) {
-        stage = std::make_unique<Stage>();
-        QVERIFY2(stage->window.isReady(), "no GL context");
-        stage->open();
+    openStage();
+    QVERIFY2(stage->window.isReady(), "no GL context");
+    if (stage->d().partIndex == -1) {
         stage->frame(0);
     }
     // In the precision that the show has: its rounding adds up to a third of a degree by the end.
@@ -212,35 +225,33 @@ void PicturesGlTest::screenIsWhatTheModelSays()
     const bool torn = script.shader == "contrast";
     const Shader look = torn ? contrastLook : contrast2Look;
     Screen screen;
-    if (script.title != 0) {
+    if (script.title != DemoPart::NoTitle) {
         const Sampler title(stage->d().titleTarget.fbo()->toImage(), true, false);
         screen.draw(title, plainLook, Replace, WHITE);
     }
-    if (script.spread == 0) {
+    if (script.spread == DemoPart::OneQuad) {
         screen.draw(effect, look, Add, WHITE);
     } else {
-        const double factor = script.spread == 1 ? 48.1 : script.spread * 5.1;
+        const double factor = script.spread == DemoPart::WideCopies ? 48.1 : script.spread * 5.1;
         for (int i = 0; i < 7; ++i) {
             const double scale = i / 200.0 * factor;
             screen.draw(effect, look, Add, WHITE, scale, scale, i * 25.5 + turn);
         }
     }
-    if (script.face >= 0) {
-        static const char* const FILES[] = {":/face/facetestinv.jpg", ":/face/facetestinv2.jpg",
-                                            ":/face/facetestinv3.jpg"};
-        const QImage picture{QString(FILES[script.face])};
+    if (script.face != DemoPart::NoFace) {
+        const QImage picture{QString(FACE_FILES[script.face])};
         const Sampler face(picture, false, true);
         // The shake is random; where it went is all that is taken from the draw itself.
-        const glrecorder::Draw draw =
-            glrecorder::draws().at(glrecorder::draws().size() - (script.fade != 0 ? 2 : 1));
+        const glrecorder::Draw draw = glrecorder::draws().at(
+            glrecorder::draws().size() - (script.fade != DemoPart::NoFade ? 2 : 1));
         const int alpha = static_cast<int>(std::sin(ms / 5000.0 * 3.14) * 255.0);
         const double growth = 1.0 + ms / 5000.0 * 0.75;
         screen.draw(face, plainLook, AddByAlpha, {1, 1, 1, alpha / 255.0}, growth * 0.23333333,
                     growth * -0.33333334, 0.0, draw.matrix(0, 3), draw.matrix(1, 3));
     }
-    if (script.fade != 0) {
+    if (script.fade != DemoPart::NoFade) {
         const double passed = ms / 5000.0;
-        const double dark = script.fade == 1 ? 1.0 - passed : passed;
+        const double dark = script.fade == DemoPart::FadeIn ? 1.0 - passed : passed;
         screen.draw(effect, look, Cover, {0, 0, 0, static_cast<int>(dark * 255) / 255.0});
     }
 
@@ -256,34 +267,31 @@ void PicturesGlTest::screenIsWhatTheModelSays()
 
 void PicturesGlTest::effectIsWhatRasterPaints_data()
 {
-    QTest::addColumn<int>("effect");
+    QTest::addColumn<DemoPart::Effect>("effect");
     QTest::addColumn<QString>("caption");
     QTest::addColumn<int>("maximum");
     QTest::addColumn<double>("mean");
     // Each limit: what two rasterisers may make of the same figure.
     // A line of one pixel is stroked as a thin rectangle by one, and stepped by the other: some of
     // its pixels lie one beside, and are as bright as the line.
-    QTest::newRow("tree") << 0 << "" << 200 << 0.6;
+    QTest::newRow("tree") << DemoPart::Tree << "" << 200 << 0.6;
     // The bitmap is copied pixel by pixel.
-    QTest::newRow("zoomer") << 1 << "" << 1 << 0.01;
+    QTest::newRow("tunnel") << DemoPart::Tunnel << "" << 1 << 0.01;
     // Squares that overlap: the rims of hundreds fall on one pixel or the next.
-    QTest::newRow("lattice") << 2 << "" << 16 << 0.05;
+    QTest::newRow("lattice") << DemoPart::Lattice << "" << 16 << 0.05;
     // Letters are rasterised once, for both.
-    QTest::newRow("caption alone") << 3 << "Battery 73%" << 2 << 0.01;
-    QTest::newRow("caption over the zoomer") << 1 << "Battery 73%" << 2 << 0.01;
+    QTest::newRow("caption alone") << DemoPart::NoEffect << "Battery 73%" << 2 << 0.01;
+    QTest::newRow("caption over the tunnel") << DemoPart::Tunnel << "Battery 73%" << 2 << 0.01;
 }
 
 void PicturesGlTest::effectIsWhatRasterPaints()
 {
-    QFETCH(int, effect);
+    QFETCH(DemoPart::Effect, effect);
     QFETCH(QString, caption);
     QFETCH(int, maximum);
     QFETCH(double, mean);
-    if (!stage) {
-        stage = std::make_unique<Stage>();
-        QVERIFY2(stage->window.isReady(), "no GL context");
-        stage->open();
-    }
+    openStage();
+    QVERIFY2(stage->window.isReady(), "no GL context");
     DemoMain::DemoMainPrivate& d = stage->d();
     d.parts = {QSharedPointer<DemoPart>::create(), QSharedPointer<DemoPart>::create()};
     d.parts[0]->effect = effect;
@@ -302,20 +310,20 @@ void PicturesGlTest::effectIsWhatRasterPaints()
 
     QPainter painter(&expected);
     qsrand(seed);
-    if (effect == 0 || effect == 2) {
+    if (effect == DemoPart::Tree || effect == DemoPart::Lattice) {
         painter.fillRect(expected.rect(), QColor(0, 0, 0, 75));
         painter.translate(128, 128);
     }
-    if (effect == 0) {
+    if (effect == DemoPart::Tree) {
         painter.setPen(
             QPen(QColor(200, 150, 90), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
         d.radialEffect.render(painter);
-    } else if (effect == 1) {
+    } else if (effect == DemoPart::Tunnel) {
         painter.drawImage(0, 0, d.frameBitmap.image());
         for (int i = 0; i < 76; ++i) {
             qrand();
         }
-    } else if (effect == 2) {
+    } else if (effect == DemoPart::Lattice) {
         Wireframes().renderFrame(painter, 31);
     }
     if (!caption.isEmpty()) {

@@ -17,6 +17,9 @@
 
 #include <memory>
 
+Q_DECLARE_METATYPE(DemoPart::Effect)
+Q_DECLARE_METATYPE(DemoPart::Face)
+
 /// A whole show under the test's own clock, battery, address book and synthesiser.
 class Stage
 {
@@ -120,8 +123,12 @@ public:
     /// The GL name of a user program.
     unsigned int program(const QString& name)
     {
-        static const QStringList names = {"contrast", "contrast2", "contrast3", "contrast4"};
-        return d().shaderPrograms[names.indexOf(name)]->programId();
+        for (int look = 0; look < NUM_LOOKS; ++look) {
+            if (name == LOOKS[look].name) {
+                return d().shaderPrograms[look]->programId();
+            }
+        }
+        return 0;
     }
 
     GlWindow window;

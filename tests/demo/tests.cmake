@@ -28,6 +28,7 @@ pixmoth_add_test(demo demomaingltest fakecontacts fakedeviceinfo glrecorder glwi
     latticePausesWhereDrawsAreGathered
     drawsOfAFrame
     copiesAreTurnedAndGrow
+    unknownIsToldAndLeftOut
     faceComesAndGoes
     shakeIsDrawnXBeforeY
     musicStartsWithTheFirstFrame
