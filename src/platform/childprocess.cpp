@@ -1,6 +1,6 @@
 #include "platform/childprocess.h"
 
-#include "platform/addressbookengine.h"
+#include "addressbook/addressbookengine.h"
 
 #include <QProcessEnvironment>
 

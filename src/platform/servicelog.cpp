@@ -1,6 +1,6 @@
 #include "platform/servicelog.h"
 
-#include "platform/addressbookengine.h"
+#include "addressbook/addressbookengine.h"
 
 #include <QDir>
 #include <QFileInfo>

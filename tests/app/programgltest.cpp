@@ -1,5 +1,5 @@
-#include "platform/fakeservice.h"
-#include "platform/privatebus.h"
+#include "support/fakeservice.h"
+#include "support/privatebus.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>

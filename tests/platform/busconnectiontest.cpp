@@ -1,5 +1,5 @@
-#include "platform/privatebus.h"
-#include "platform/probe.h"
+#include "support/privatebus.h"
+#include "support/probe.h"
 
 #include <QTemporaryDir>
 #include <QTest>

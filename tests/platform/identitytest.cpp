@@ -1,8 +1,8 @@
 #include "platform/busconnection.h"
-#include "platform/fakeservice.h"
 #include "platform/machineidentity.h"
-#include "platform/privatebus.h"
-#include "platform/probe.h"
+#include "support/fakeservice.h"
+#include "support/privatebus.h"
+#include "support/probe.h"
 
 #include <QDBusArgument>
 #include <QDBusConnectionInterface>

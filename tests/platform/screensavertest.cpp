@@ -1,6 +1,6 @@
-#include "platform/fakeservice.h"
-#include "platform/privatebus.h"
-#include "platform/probe.h"
+#include "support/fakeservice.h"
+#include "support/privatebus.h"
+#include "support/probe.h"
 
 #include <QDBusArgument>
 #include <QDBusObjectPath>

@@ -1,7 +1,7 @@
 #include "platform/silentservers.h"
 
-#include "platform/privatebus.h"
-#include "platform/probe.h"
+#include "support/privatebus.h"
+#include "support/probe.h"
 
 #include <QDir>
 #include <QFile>

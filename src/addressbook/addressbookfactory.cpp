@@ -1,6 +1,6 @@
-#include "platform/addressbookfactory.h"
+#include "addressbook/addressbookfactory.h"
 
-#include "platform/addressbookengine.h"
+#include "addressbook/addressbookengine.h"
 
 #include <QCoreApplication>
 #include <QtPlugin>

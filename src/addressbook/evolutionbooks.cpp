@@ -1,7 +1,7 @@
-#include "platform/evolutionbooks.h"
+#include "addressbook/evolutionbooks.h"
 
+#include "addressbook/vcardreader.h"
 #include "platform/busconnection.h"
-#include "platform/vcardreader.h"
 
 #include <QDBusMessage>
 #include <QDBusPendingReply>

@@ -1,5 +1,5 @@
-#include "platform/vcardfolders.h"
-#include "platform/vcardreader.h"
+#include "addressbook/vcardfolders.h"
+#include "addressbook/vcardreader.h"
 
 #include "support/steadyclock.h"
 

@@ -1,4 +1,4 @@
-#include "platform/privatebus.h"
+#include "support/privatebus.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>

@@ -1,4 +1,4 @@
-#include "platform/vcardline.h"
+#include "addressbook/vcardline.h"
 
 #include <QTextCodec>
 

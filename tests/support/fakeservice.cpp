@@ -1,4 +1,4 @@
-#include "platform/fakeservice.h"
+#include "support/fakeservice.h"
 
 #include <utility>
 

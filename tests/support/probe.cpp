@@ -1,4 +1,4 @@
-#include "platform/probe.h"
+#include "support/probe.h"
 
 #include <QTest>
 

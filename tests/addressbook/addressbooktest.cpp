@@ -1,7 +1,7 @@
 #include "platform/busconnection.h"
-#include "platform/fakeservice.h"
-#include "platform/privatebus.h"
-#include "platform/probe.h"
+#include "support/fakeservice.h"
+#include "support/privatebus.h"
+#include "support/probe.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>

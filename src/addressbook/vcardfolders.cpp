@@ -1,6 +1,6 @@
-#include "platform/vcardfolders.h"
+#include "addressbook/vcardfolders.h"
 
-#include "platform/vcardreader.h"
+#include "addressbook/vcardreader.h"
 
 #include <QDir>
 #include <QDirIterator>

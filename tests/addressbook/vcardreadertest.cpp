@@ -1,4 +1,4 @@
-#include "platform/vcardreader.h"
+#include "addressbook/vcardreader.h"
 
 #include "support/steadyclock.h"
 

@@ -1,7 +1,7 @@
-#include "platform/vcardreader.h"
+#include "addressbook/vcardreader.h"
 
-#include "platform/vcardline.h"
-#include "platform/visiblename.h"
+#include "addressbook/vcardline.h"
+#include "addressbook/visiblename.h"
 
 #include <QTextCodec>
 

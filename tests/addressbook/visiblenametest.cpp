@@ -1,4 +1,4 @@
-#include "platform/visiblename.h"
+#include "addressbook/visiblename.h"
 
 #include <QTest>
 

@@ -1,10 +1,10 @@
-#include "platform/addressbookengine.h"
+#include "addressbook/addressbookengine.h"
 
+#include "addressbook/evolutionbooks.h"
+#include "addressbook/vcardfolders.h"
+#include "addressbook/vcardreader.h"
 #include "platform/busconnection.h"
-#include "platform/evolutionbooks.h"
 #include "platform/servicelog.h"
-#include "platform/vcardfolders.h"
-#include "platform/vcardreader.h"
 
 #include <QContactDisplayLabel>
 #include <QContactFetchHint>
