@@ -3,6 +3,7 @@
 
 #include "graphics/boxcloser.h"
 #include "support/fakecontacts.h"
+#include "support/fakedeviceinfo.h"
 #include "support/glrecorder.h"
 
 #include <QApplication>
@@ -45,6 +46,7 @@ void showExposed(DemoWindow& window)
 void DemoWindowGlTest::initTestCase()
 {
     fakecontacts::use();
+    fakedevice::reset();
 }
 
 void DemoWindowGlTest::contextBringsTheShow()

@@ -1,9 +1,5 @@
-# Each test of src/app and what it links.
-pixmoth_add_test(app demowindowgltest fakecontacts fakedeviceinfo glrecorder
-  RUNS contextBringsTheShow resizeSetsTheViewportOnly surfaceThatWasNotToldIsWoken
-    everyTickIsAFrame endOfTheShowEndsTheLoop deathFreesTheShowWithItsContext
-    boxWhileLoadingMakesNoSecondShow givingUpOutlastsEventsBeforeTheLoop)
-pixmoth_add_test(app mainwindowgltest fakecontacts logcapture)
+pixmoth_add_test(app demowindowgltest EACH)
+pixmoth_add_test(app mainwindowgltest)
 target_include_directories(mainwindowgltest PRIVATE
   ${PROJECT_BINARY_DIR}/src/pixmoth-show_autogen/include)
 
@@ -17,7 +13,7 @@ set_target_properties(pixmoth-piped PROPERTIES AUTOMOC OFF) # The library has it
 target_compile_definitions(pixmoth-piped PRIVATE PIXMOTH_MUSIC_DIR="${pipe_dir}")
 target_link_libraries(pixmoth-piped PRIVATE pixmoth::show)
 
-pixmoth_add_test(app programgltest fakeservice privatebus)
+pixmoth_add_test(app programgltest)
 target_compile_definitions(programgltest PRIVATE PIXMOTH_PROGRAM="$<TARGET_FILE:pixmoth>"
   HURRIED_PROGRAM="$<TARGET_FILE:pixmoth-hurried>" PIPED_PROGRAM="$<TARGET_FILE:pixmoth-piped>"
   PIPE_DIR="${pipe_dir}")
