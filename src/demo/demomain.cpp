@@ -69,7 +69,7 @@ void reportUnknown(const DemoPart& part, int number)
     if (part.face >= NUM_FACES) {
         qWarning("Part %i: there is no face %i", number, part.face);
     }
-    if (part.effect > DemoPart::Lattice) {
+    if (part.effect >= DemoPart::NUM_EFFECTS) {
         qWarning("Part %i: there is no effect %i", number, part.effect);
     }
 }

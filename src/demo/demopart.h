@@ -16,7 +16,7 @@ public:
     /// The face that is blended over the picture.
     enum Face { NoFace = -1, CoyFace, TenderFace, JealousFace };
     /// What is painted: by RadialEffect, by NZoomer, by Wireframes.
-    enum Effect { NoEffect = -1, Tree, Tunnel, Lattice };
+    enum Effect { NoEffect = -1, Tree, Tunnel, Lattice, NUM_EFFECTS };
     /// How the painted picture is laid on screen. Seven copies are each larger than the last and
     /// turned against it; from 2 on the number is how far they reach, 6 half as far again as 4.
     enum Spread { OneQuad, WideCopies };

@@ -1,7 +1,7 @@
 #include "app/demowindow.h"
 #include "demo/demomain_p.h"
 
-#include "graphics/boxcloser.h"
+#include "support/boxcloser.h"
 #include "support/fakecontacts.h"
 #include "support/fakedeviceinfo.h"
 #include "support/glrecorder.h"

@@ -1,6 +1,6 @@
 #include "graphics/defaulttextureloader.h"
 
-#include "graphics/glpictures.h"
+#include "support/glpictures.h"
 #include "support/glwindow.h"
 #include "support/picturecompare.h"
 

@@ -1,6 +1,6 @@
 #include "graphics/defaulttextureloader.h"
 
-#include "graphics/boxcloser.h"
+#include "support/boxcloser.h"
 #include "support/glrecorder.h"
 #include "support/logcapture.h"
 

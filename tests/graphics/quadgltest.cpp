@@ -1,6 +1,6 @@
 #include "graphics/quad.h"
 
-#include "graphics/glpictures.h"
+#include "support/glpictures.h"
 #include "graphics/texture2d.h"
 #include "support/glrecorder.h"
 #include "support/glwindow.h"

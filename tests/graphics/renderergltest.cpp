@@ -1,8 +1,8 @@
 #include "graphics/renderer_p.h"
 
-#include "graphics/glpictures.h"
 #include "graphics/quad.h"
 #include "graphics/texture2d.h"
+#include "support/glpictures.h"
 #include "support/glrecorder.h"
 #include "support/glwindow.h"
 #include "support/logcapture.h"
@@ -33,125 +33,6 @@ struct ChildEnd
     int exitCode = -1;
     QStringList lines; ///< On the error channel.
 };
-
-struct Vec4
-{
-    float x, y, z, w;
-};
-
-Vec4 operator*(const Vec4& a, const Vec4& b)
-{
-    return {a.x * b.x, a.y * b.y, a.z * b.z, a.w * b.w};
-}
-
-/// (c + offset) × factor + lift, in every component.
-Vec4 stretched(const Vec4& c, float offset, float factor, float lift)
-{
-    return {(c.x + offset) * factor + lift, (c.y + offset) * factor + lift,
-            (c.z + offset) * factor + lift, (c.w + offset) * factor + lift};
-}
-
-/// A texture with unfiltered, repeating texels, as a shader reads it.
-class Sampler
-{
-public:
-    explicit Sampler(const QImage& picture) : m_picture(picture) {}
-
-    Vec4 operator()(float u, float v)
-    {
-        const QColor texel =
-            m_picture.pixelColor(index(u, m_picture.width()), index(v, m_picture.height()));
-        return {static_cast<float>(texel.redF()), static_cast<float>(texel.greenF()),
-                static_cast<float>(texel.blueF()), static_cast<float>(texel.alphaF())};
-    }
-
-    /// True when some reading since the last call was so near the rim of a texel that a shader may
-    /// read the next one.
-    bool takeDoubt()
-    {
-        const bool doubt = m_doubt;
-        m_doubt = false;
-        return doubt;
-    }
-
-    void doubt()
-    {
-        m_doubt = true;
-    }
-
-private:
-    int index(float coordinate, int size)
-    {
-        const float texel = coordinate * static_cast<float>(size);
-        const float lower = std::floor(texel);
-        if (texel - lower < 0.01f || texel - lower > 0.99f) {
-            m_doubt = true;
-        }
-        return ((static_cast<int>(lower) % size) + size) % size;
-    }
-
-    QImage m_picture;
-    bool m_doubt = false;
-};
-
-using Look = Vec4 (*)(Sampler& texture, float u, float v, const Vec4& color);
-
-Vec4 defaultLook(Sampler& texture, float u, float v, const Vec4& color)
-{
-    return texture(u, v) * color;
-}
-
-Vec4 contrastLook(Sampler& texture, float u, float v, const Vec4& color)
-{
-    const Vec4 c = texture(u + std::sin(v * 6.0f) * 0.1f, v) * color;
-    const Vec4 hard = stretched(c, -0.7f, 7.5f, 3.5f);
-    if (std::abs(hard.x - 0.5f) < 0.01f) {
-        texture.doubt();
-    }
-    const float gain = hard.x < 0.5f ? 0.1f : 1.9f;
-    return {c.x * 0.3f + hard.x * gain, c.y * 0.3f + hard.y * gain, c.z * 0.3f + hard.z * gain,
-            c.w * 0.3f + hard.w * gain};
-}
-
-Vec4 contrast2Look(Sampler& texture, float u, float v, const Vec4& color)
-{
-    return stretched(texture(u, v) * color, -0.5f, 2.5f, 0.8f);
-}
-
-Vec4 contrast3Look(Sampler& texture, float u, float v, const Vec4& color)
-{
-    const Vec4 tc = texture(u, v);
-    const float movedU = u + std::sin(tc.y * 0.3f) * 0.4f;
-    const float movedV = v + std::cos(tc.x * 0.3f) * 0.4f;
-    return stretched(texture(movedU, movedV) * color, -0.5f, 2.5f, 0.8f);
-}
-
-Vec4 contrast4Look(Sampler& texture, float u, float v, const Vec4& color)
-{
-    const Vec4 tc = texture(u, v);
-    const float movedU = u + std::sin(tc.y * 0.3f) * 0.02f;
-    const float movedV = v + std::cos((tc.x - 0.5f) * 0.2f) * 0.05f;
-    return stretched(texture(movedU, movedV) * color, -0.5f, 2.6f, 0.8f);
-}
-
-int toByte(float value)
-{
-    return static_cast<int>(std::lround(qBound(0.0f, value, 1.0f) * 255.0f));
-}
-
-/// Bytes without a pattern, the same in every run.
-QImage noise(int size)
-{
-    QImage image(size, size, QImage::Format_RGBA8888);
-    quint32 state = 12345;
-    for (int y = 0; y < size; ++y) {
-        for (int i = 0; i < size * 4; ++i) {
-            state = state * 1664525u + 1013904223u;
-            image.scanLine(y)[i] = static_cast<uchar>(state >> 24);
-        }
-    }
-    return image;
-}
 
 std::unique_ptr<Texture2d> makeTexture(QImage picture)
 {
@@ -204,8 +85,6 @@ const QRgb CLEAR = 0;
 
 } // namespace
 
-Q_DECLARE_METATYPE(Look)
-
 class RendererGlTest : public QObject
 {
     Q_OBJECT
@@ -251,8 +130,6 @@ private slots:
     void lastVertexBufferIsRecorded();
     void drawSeesTextureAndBlending();
 
-    void looks_data();
-    void looks();
     void highlightIsAddedAndClamped();
     void userShadersHaveNoHighlight();
     void paletteMovesTheVertices();
@@ -829,64 +706,6 @@ void RendererGlTest::drawSeesTextureAndBlending()
     QCOMPARE(draws[0].color(), 0xFF332211u);
     QCOMPARE(draws[1].texture, 0u);
     QVERIFY(!draws[1].blend);
-}
-
-void RendererGlTest::looks_data()
-{
-    QTest::addColumn<QString>("fragmentFile");
-    QTest::addColumn<Look>("look");
-    QTest::newRow("default") << QString() << Look(defaultLook);
-    QTest::newRow("default as a user program") << ":/shaders/default_fs.glsl" << Look(defaultLook);
-    QTest::newRow("contrast") << ":/shaders/contrast_fs.glsl" << Look(contrastLook);
-    QTest::newRow("contrast2") << ":/shaders/contrast2_fs.glsl" << Look(contrast2Look);
-    QTest::newRow("contrast3") << ":/shaders/contrast3_fs.glsl" << Look(contrast3Look);
-    QTest::newRow("contrast4") << ":/shaders/contrast4_fs.glsl" << Look(contrast4Look);
-}
-
-void RendererGlTest::looks()
-{
-    QFETCH(QString, fragmentFile);
-    QFETCH(Look, look);
-    // So many pixels that they meet the texels at all places, and small displacements show.
-    const int SIZE = 317;
-    const QImage texels = noise(64);
-    const auto texture = makeTexture(texels);
-    const glpictures::Canvas canvas(SIZE, SIZE);
-    Quad quad(0xE6C8F0DC, -1, -1, 1, 1);
-    if (!fragmentFile.isNull()) {
-        m_renderer->loadShader("look", VERTEX_FILE, fragmentFile);
-        m_renderer->enableShader("look");
-    }
-    m_renderer->setTexture2d(texture.get(), 0);
-    quad.render(m_renderer.get());
-    const QImage actual = canvas.pixels();
-
-    Sampler sampler(texels);
-    const Vec4 color = {0xDC / 255.0f, 0xF0 / 255.0f, 0xC8 / 255.0f, 0xE6 / 255.0f};
-    QImage expected(SIZE, SIZE, QImage::Format_RGBA8888);
-    int compared = 0;
-    int halfTones = 0;
-    for (int y = 0; y < SIZE; ++y) {
-        uchar* row = expected.scanLine(y);
-        for (int x = 0; x < SIZE; ++x) {
-            const Vec4 c = look(sampler, (static_cast<float>(x) + 0.5f) / SIZE,
-                                (static_cast<float>(y) + 0.5f) / SIZE, color);
-            if (sampler.takeDoubt()) {
-                std::memcpy(row + 4 * x, actual.constScanLine(y) + 4 * x, 4);
-                continue;
-            }
-            const int bytes[4] = {toByte(c.x), toByte(c.y), toByte(c.z), toByte(c.w)};
-            for (int i = 0; i < 4; ++i) {
-                row[4 * x + i] = static_cast<uchar>(bytes[i]);
-                halfTones += bytes[i] > 0 && bytes[i] < 255;
-            }
-            compared += 1;
-        }
-    }
-    COMPARE_PICTURES(QString("looks ") + QTest::currentDataTag(), actual, expected, 2, 0.5);
-    // Neither the doubtful pixels nor the clamped ones may leave nothing to compare.
-    QVERIFY2(compared > SIZE * SIZE * 8 / 10, qPrintable(QString::number(compared)));
-    QVERIFY2(halfTones > SIZE * SIZE / 10, qPrintable(QString::number(halfTones)));
 }
 
 void RendererGlTest::highlightIsAddedAndClamped()

@@ -1,6 +1,6 @@
 #include "graphics/rendertarget.h"
 
-#include "graphics/glpictures.h"
+#include "support/glpictures.h"
 #include "graphics/quad.h"
 #include "graphics/renderer.h"
 #include "support/glrecorder.h"

@@ -1,6 +1,6 @@
 #include "graphics/texture2d.h"
 
-#include "graphics/glpictures.h"
+#include "support/glpictures.h"
 #include "support/glwindow.h"
 #include "support/picturecompare.h"
 

@@ -1,6 +1,6 @@
 #include "graphics/texturemanager.h"
 
-#include "graphics/boxcloser.h"
+#include "support/boxcloser.h"
 #include "graphics/texture_p.h"
 #include "support/glrecorder.h"
 
