@@ -4,6 +4,7 @@
 #include "addressbook/vcardfolders.h"
 #include "addressbook/vcardreader.h"
 #include "platform/busconnection.h"
+#include "platform/ownaddressbook.h"
 #include "platform/servicelog.h"
 
 #include <QContactDisplayLabel>
@@ -15,7 +16,7 @@
 
 QTCONTACTS_USE_NAMESPACE
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 
@@ -26,18 +27,16 @@ const int SERVER_BUDGET_MS = 600;
 
 QString readServer(VCardReader& reader, const QDeadlineTimer& deadline)
 {
-    const QDBusConnection bus = sessionBus();
+    const QDBusConnection bus = platform::sessionBus();
     return bus.isConnected() ? EvolutionBooks(bus).read(reader, deadline)
                              : QString("no session bus to ask for address books");
 }
 
 } // namespace
 
-AddressBookEngine::AddressBookEngine() : wasRead(false) {}
-
 QString AddressBookEngine::managerName() const
 {
-    return name();
+    return platform::OWN_ADDRESS_BOOK;
 }
 
 int AddressBookEngine::managerVersion() const
@@ -91,11 +90,6 @@ QContact AddressBookEngine::contact(const QContactId& id, const QContactFetchHin
     return book.at(index);
 }
 
-QString AddressBookEngine::name()
-{
-    return "pixmoth";
-}
-
 void AddressBookEngine::readOnce() const
 {
     if (wasRead) {
@@ -133,4 +127,4 @@ void AddressBookEngine::readOnce() const
     }
 }
 
-} // namespace platform
+} // namespace addressbook

@@ -4,7 +4,7 @@
 #include <QContactManagerEngine>
 #include <QList>
 
-namespace platform {
+namespace addressbook {
 
 /// The owner's address book behind QtContacts: that of Evolution Data Server, or else the vCard
 /// folders. Contacts have an id and a display label, nothing more, and cannot be changed.
@@ -20,8 +20,6 @@ class AddressBookEngine : public QtContacts::QContactManagerEngine
     Q_OBJECT
 
 public:
-    AddressBookEngine();
-
     QString managerName() const override;
     int managerVersion() const override;
 
@@ -40,15 +38,12 @@ public:
                                  const QtContacts::QContactFetchHint& hint,
                                  QtContacts::QContactManager::Error* error) const override;
 
-    /// The name that this engine goes by.
-    static QString name();
-
 private:
     void readOnce() const;
 
     // The base asks its questions of a constant engine.
-    mutable bool wasRead;
+    mutable bool wasRead = false;
     mutable QList<QtContacts::QContact> book;
 };
 
-} // namespace platform
+} // namespace addressbook

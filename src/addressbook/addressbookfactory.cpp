@@ -1,6 +1,7 @@
 #include "addressbook/addressbookfactory.h"
 
 #include "addressbook/addressbookengine.h"
+#include "platform/ownaddressbook.h"
 
 #include <QCoreApplication>
 #include <QtPlugin>
@@ -13,12 +14,12 @@ QContactManagerEngine* AddressBookFactory::engine(const QMap<QString, QString>&,
                                                   QContactManager::Error* error)
 {
     *error = QContactManager::NoError;
-    return std::make_unique<platform::AddressBookEngine>().release();
+    return std::make_unique<addressbook::AddressBookEngine>().release();
 }
 
 QString AddressBookFactory::managerName() const
 {
-    return platform::AddressBookEngine::name();
+    return platform::OWN_ADDRESS_BOOK;
 }
 
 Q_IMPORT_PLUGIN(AddressBookFactory)
@@ -29,10 +30,9 @@ namespace {
 /// every manager. When the application object is made the folders of plugins are known.
 void becomeTheDefault()
 {
-    const char variable[] = "QTCONTACTS_MANAGER_OVERRIDE";
-    if (qEnvironmentVariableIsEmpty(variable) &&
+    if (qEnvironmentVariableIsEmpty(platform::DEFAULT_ADDRESS_BOOK_VARIABLE) &&
         QContactManager::availableManagers().value(0) == "invalid") {
-        qputenv(variable, platform::AddressBookEngine::name().toUtf8());
+        qputenv(platform::DEFAULT_ADDRESS_BOOK_VARIABLE, platform::OWN_ADDRESS_BOOK);
     }
 }
 

@@ -2,26 +2,37 @@
 
 #include "addressbook/vcardreader.h"
 #include "platform/busconnection.h"
+#include "platform/polling.h"
 
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QHash>
 #include <QRegularExpression>
 #include <QSet>
-#include <QThread>
 
 #include <algorithm>
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 
-const QString PREFIX("org.gnome.evolution.dataserver.");
-const QString ROOT("/org/gnome/evolution/dataserver/");
-const QString LOCAL_BOOK("system-address-book");
+const char LOCAL_BOOK[] = "system-address-book";
 
 /// A query is needed; this one is met by every contact.
-const QString EVERYBODY("(contains \"x-evolution-any-field\" \"\")");
+const char EVERYBODY[] = "(contains \"x-evolution-any-field\" \"\")";
+
+/// An interface or a service of the server.
+QString serverName(const QString& name)
+{
+    return "org.gnome.evolution.dataserver." + name;
+}
+
+/// An object of the server.
+QString serverPath(const QString& name)
+{
+    return "/org/gnome/evolution/dataserver/" + name;
+}
 
 /// A source of the registry, read from its key file.
 struct Source
@@ -38,15 +49,17 @@ Source readSource(const QString& data)
     bool isAddressBook = false;
     for (const QString& rawLine : data.split('\n')) {
         const QString line = rawLine.trimmed();
+        const QString key = line.section('=', 0, 0);
+        const QString value = line.section('=', 1);
         if (line.startsWith('[')) {
             group = line;
             isAddressBook = isAddressBook || group == "[Address Book]";
-        } else if (group == "[Data Source]" && line.startsWith("Enabled=")) {
-            source.enabled = line.mid(8) != "false";
-        } else if (group == "[Data Source]" && line.startsWith("Parent=")) {
-            source.parent = line.mid(7);
-        } else if (group == "[Address Book]" && line.startsWith("BackendName=")) {
-            source.addressBookBackEnd = line.mid(12);
+        } else if (group == "[Data Source]" && key == "Enabled") {
+            source.enabled = value != "false";
+        } else if (group == "[Data Source]" && key == "Parent") {
+            source.parent = value;
+        } else if (group == "[Address Book]" && key == "BackendName") {
+            source.addressBookBackEnd = value;
         }
     }
     if (isAddressBook && source.addressBookBackEnd.isEmpty()) {
@@ -73,7 +86,7 @@ bool isEnabled(const QHash<QString, Source>& sources, QString uid)
 /// releases count it up. Empty where there is none.
 QString newest(const QStringList& names, const QString& base)
 {
-    const QRegularExpression numbered("^" + QRegularExpression::escape(PREFIX + base) +
+    const QRegularExpression numbered("^" + QRegularExpression::escape(serverName(base)) +
                                       "([0-9]{1,6})$");
     QString best;
     int highest = -1;
@@ -85,11 +98,6 @@ QString newest(const QStringList& names, const QString& base)
         }
     }
     return best;
-}
-
-int remainingMs(const QDeadlineTimer& deadline)
-{
-    return qMax(1, static_cast<int>(deadline.remainingTime()));
 }
 
 } // namespace
@@ -113,7 +121,7 @@ void EvolutionBooks::findServer(const QDeadlineTimer& deadline)
         const QDBusMessage call = QDBusMessage::createMethodCall(
             "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method);
         const QDBusPendingReply<QStringList> reply = QDBusPendingCall::fromCompletedCall(
-            bus.call(call, QDBus::Block, remainingMs(deadline)));
+            bus.call(call, QDBus::Block, platform::remainingMs(deadline)));
         if (reply.isError()) {
             trouble = "the session bus does not tell its names (" + reply.error().message() + ")";
             return;
@@ -126,17 +134,18 @@ void EvolutionBooks::findServer(const QDeadlineTimer& deadline)
 
 QStringList EvolutionBooks::bookUids(const QDeadlineTimer& deadline)
 {
-    const QDBusMessage answer = bus.call(managedObjectsCall(sourcesService, ROOT + "SourceManager"),
-                                         QDBus::Block, remainingMs(deadline));
+    const QDBusMessage answer =
+        bus.call(platform::managedObjectsCall(sourcesService, serverPath("SourceManager")),
+                 QDBus::Block, platform::remainingMs(deadline));
     if (answer.type() == QDBusMessage::ErrorMessage) {
         trouble =
             sourcesService + " does not tell its address books (" + answer.errorMessage() + ")";
         return QStringList();
     }
     QHash<QString, Source> sources;
-    const ManagedObjects objects = managedObjects(answer);
+    const platform::ManagedObjects objects = platform::managedObjects(answer);
     for (const auto& interfaces : objects) {
-        const QVariantMap properties = interfaces.value(PREFIX + "Source");
+        const QVariantMap properties = interfaces.value(serverName("Source"));
         const QString uid = properties.value("UID").toString();
         if (!uid.isEmpty()) {
             sources.insert(uid, readSource(properties.value("Data").toString()));
@@ -161,24 +170,23 @@ void EvolutionBooks::readBooks(const QStringList& uids, VCardReader& reader,
     std::vector<Book> books;
     for (const QString& uid : uids) {
         QDBusMessage call =
-            QDBusMessage::createMethodCall(bookService, ROOT + "AddressBookFactory",
-                                           PREFIX + "AddressBookFactory", "OpenAddressBook");
+            QDBusMessage::createMethodCall(bookService, serverPath("AddressBookFactory"),
+                                           serverName("AddressBookFactory"), "OpenAddressBook");
         call << uid;
-        books.push_back({Book::AtFactory, bus.asyncCall(call, remainingMs(deadline)), QString(),
-                         QString(), QString()});
+        books.push_back({Book::AtFactory, bus.asyncCall(call, platform::remainingMs(deadline)),
+                         QString(), QString(), QString()});
     }
 
-    // All books move at once, so that one with a slow account does not hold up the others. They are
-    // watched by turns and not by the event loop: nothing else may happen during the set-up.
+    // All books move at once, so that one with a slow account does not hold up the others.
     const auto isOnItsWay = [](const Book& book) { return book.stage != Book::Done; };
-    while (std::any_of(books.begin(), books.end(), isOnItsWay) && !deadline.hasExpired()) {
+    platform::pollUntil(deadline, [&] {
         for (Book& book : books) {
             if (isOnItsWay(book) && book.call.isFinished()) {
                 advance(book, reader, deadline);
             }
         }
-        QThread::msleep(1);
-    }
+        return std::none_of(books.begin(), books.end(), isOnItsWay);
+    });
 
     int silent = 0;
     QString problem = "no answer in time";
@@ -188,8 +196,8 @@ void EvolutionBooks::readBooks(const QStringList& uids, VCardReader& reader,
             problem = book.problem.isEmpty() ? problem : book.problem;
         }
         if (!book.path.isEmpty()) {
-            bus.send(QDBusMessage::createMethodCall(book.service, book.path, PREFIX + "AddressBook",
-                                                    "Close"));
+            bus.send(QDBusMessage::createMethodCall(book.service, book.path,
+                                                    serverName("AddressBook"), "Close"));
         }
     }
     if (silent > 0) {
@@ -200,53 +208,50 @@ void EvolutionBooks::readBooks(const QStringList& uids, VCardReader& reader,
 
 void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTimer& deadline)
 {
-    const auto ask = [&](const char* method, const QString& argument) {
-        QDBusMessage call =
-            QDBusMessage::createMethodCall(book.service, book.path, PREFIX + "AddressBook", method);
-        if (!argument.isEmpty()) {
-            call << argument;
-        }
-        book.call = bus.asyncCall(call, remainingMs(deadline));
+    const auto ask = [&](const char* method, const QVariantList& arguments, Book::Stage next) {
+        QDBusMessage call = QDBusMessage::createMethodCall(book.service, book.path,
+                                                           serverName("AddressBook"), method);
+        call.setArguments(arguments);
+        book.call = bus.asyncCall(call, platform::remainingMs(deadline));
+        book.stage = next;
+    };
+    const auto finish = [&book](const QDBusError& error) {
+        book.problem = error.message();
+        book.stage = Book::Done;
     };
 
     if (book.call.isError()) {
-        book.problem = book.call.error().message();
-        book.stage = Book::Done;
+        finish(book.call.error());
         return;
     }
     switch (book.stage) {
     case Book::AtFactory: {
         const QDBusPendingReply<QString, QString> place = book.call;
         if (place.isError()) {
-            book.problem = place.error().message();
-            book.stage = Book::Done;
+            finish(place.error());
             return;
         }
         book.path = place.argumentAt<0>();
         book.service = place.argumentAt<1>();
-        ask("Open", QString());
-        book.stage = Book::Opening;
+        ask("Open", {}, Book::Opening);
         break;
     }
     case Book::Opening:
-        ask("GetContactList", EVERYBODY);
-        book.stage = Book::Reading;
+        ask("GetContactList", {EVERYBODY}, Book::Reading);
         break;
     case Book::Reading: {
         const QDBusPendingReply<QStringList> list = book.call;
-        if (list.isError()) {
-            book.problem = list.error().message();
-        } else {
+        if (!list.isError()) {
             for (const QString& card : list.value()) {
                 reader.add(card.toUtf8());
             }
         }
-        book.stage = Book::Done;
-        Q_FALLTHROUGH();
+        finish(list.error()); // Which has no message where it is none.
+        break;
     }
     case Book::Done:
         break;
     }
 }
 
-} // namespace platform
+} // namespace addressbook

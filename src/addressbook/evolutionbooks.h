@@ -8,7 +8,7 @@
 
 #include <vector>
 
-namespace platform {
+namespace addressbook {
 
 class VCardReader;
 
@@ -52,4 +52,4 @@ private:
     QString trouble; ///< What read() answers.
 };
 
-} // namespace platform
+} // namespace addressbook

@@ -8,7 +8,7 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 const qint64 LARGEST_FILE = 8 * 1024 * 1024;
@@ -78,4 +78,4 @@ QString VCardFolders::read(VCardReader& reader, const QDeadlineTimer& deadline) 
                : QString("%1 vCard files are too large or cannot be read").arg(passedOver);
 }
 
-} // namespace platform
+} // namespace addressbook

@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace platform {
+namespace addressbook {
 
 class VCardReader;
 
@@ -28,4 +28,4 @@ private:
     QStringList folders;
 };
 
-} // namespace platform
+} // namespace addressbook

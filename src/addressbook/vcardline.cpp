@@ -2,7 +2,7 @@
 
 #include <QTextCodec>
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 
@@ -95,4 +95,4 @@ QString VCardLine::text() const
     return QTextCodec::codecForName("windows-1252")->toUnicode(bytes);
 }
 
-} // namespace platform
+} // namespace addressbook

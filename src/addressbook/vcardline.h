@@ -4,7 +4,7 @@
 #include <QString>
 #include <QStringList>
 
-namespace platform {
+namespace addressbook {
 
 /// One line of a vCard, unfolded: "group.NAME;parameters:value". Anything else, also a line without
 /// a name before its colon, has an empty name and an empty value.
@@ -41,4 +41,4 @@ private:
     bool isWhole;
 };
 
-} // namespace platform
+} // namespace addressbook

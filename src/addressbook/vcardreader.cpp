@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 
@@ -182,4 +182,4 @@ bool VCardReader::wasCutShort() const
     return cutShort;
 }
 
-} // namespace platform
+} // namespace addressbook

@@ -4,7 +4,7 @@
 #include <QDeadlineTimer>
 #include <QStringList>
 
-namespace platform {
+namespace addressbook {
 
 /// Takes the display labels out of vCards (2.1, 3.0, 4.0), one for each card: its full name, else
 /// its given, middle and family name, else its nickname, organisation or e-mail address.
@@ -34,4 +34,4 @@ private:
     bool cutShort = false;
 };
 
-} // namespace platform
+} // namespace addressbook

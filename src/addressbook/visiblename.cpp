@@ -2,7 +2,7 @@
 
 #include <QVector>
 
-namespace platform {
+namespace addressbook {
 
 namespace {
 
@@ -63,4 +63,4 @@ QString visibleName(const QString& text)
     return name;
 }
 
-} // namespace platform
+} // namespace addressbook

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-namespace platform {
+namespace addressbook {
 
 /// A name as it can be spoken, written on the screen and put into the log: one line of visible text
 /// of 100 characters at most, blanks made single. Empty where nothing of `text` can be seen.
@@ -11,4 +11,4 @@ namespace platform {
 /// are left out. What shapes the sign before it (joiners, variation selectors) stays there.
 QString visibleName(const QString& text);
 
-} // namespace platform
+} // namespace addressbook

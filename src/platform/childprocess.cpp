@@ -1,6 +1,6 @@
 #include "platform/childprocess.h"
 
-#include "addressbook/addressbookengine.h"
+#include "platform/ownaddressbook.h"
 
 #include <QProcessEnvironment>
 
@@ -14,8 +14,8 @@ ChildProcess::ChildProcess(QObject* parent) : QProcess(parent), starter(::getpid
 {
     // Our own address book is named there for ourselves; to another program the name means nothing.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (environment.value("QTCONTACTS_MANAGER_OVERRIDE") == AddressBookEngine::name()) {
-        environment.remove("QTCONTACTS_MANAGER_OVERRIDE");
+    if (environment.value(DEFAULT_ADDRESS_BOOK_VARIABLE) == OWN_ADDRESS_BOOK) {
+        environment.remove(DEFAULT_ADDRESS_BOOK_VARIABLE);
     }
     setProcessEnvironment(environment);
     setStandardInputFile(nullDevice());

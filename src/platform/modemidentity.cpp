@@ -1,6 +1,7 @@
 #include "platform/modemidentity.h"
 
 #include "platform/busconnection.h"
+#include "platform/polling.h"
 #include "platform/servicelog.h"
 
 #include <QDBusArgument>
@@ -8,7 +9,6 @@
 #include <QDBusPendingCall>
 #include <QDBusVariant>
 #include <QStringList>
-#include <QThread>
 
 namespace platform {
 
@@ -16,13 +16,8 @@ namespace {
 
 const int BUDGET_MS = 150;
 
-const QString MODEM_MANAGER("org.freedesktop.ModemManager1");
-const QString OFONO("org.ofono");
-
-int remainingMs(const QDeadlineTimer& deadline)
-{
-    return qMax(1, static_cast<int>(deadline.remainingTime()));
-}
+const char MODEM_MANAGER[] = "org.freedesktop.ModemManager1";
+const char OFONO[] = "org.ofono";
 
 QDBusMessage call(const QString& service, const QString& path, const QString& interface,
                   const QString& method)
@@ -72,7 +67,7 @@ void ModemIdentity::askServices(const QDBusConnection& bus, const QDeadlineTimer
     QDBusPendingCall ofono = bus.asyncCall(ofonoCall, limit);
     bool managerRead = false;
     bool ofonoRead = false;
-    while (!(managerRead && ofonoRead) && modemNumber.isEmpty() && !deadline.hasExpired()) {
+    const bool hadTime = pollUntil(deadline, [&] {
         if (!managerRead && manager.isFinished()) {
             managerRead = true;
             readModemManager(bus, manager.reply(), deadline);
@@ -81,13 +76,12 @@ void ModemIdentity::askServices(const QDBusConnection& bus, const QDeadlineTimer
             ofonoRead = true;
             readOfono(bus, ofono.reply(), deadline);
         }
-        QThread::msleep(1);
-    }
+        return !modemNumber.isEmpty() || (managerRead && ofonoRead);
+    });
 
     // The numbers themselves are in the show's own lines, and no business of this category.
     if (modemNumber.isEmpty()) {
-        const bool trouble =
-            !managerRead || !ofonoRead || isTrouble(manager.reply()) || isTrouble(ofono.reply());
+        const bool trouble = !hadTime || isTrouble(manager.reply()) || isTrouble(ofono.reply());
         qCInfo(lcPlatform, "No modem: %s",
                trouble ? "its service does not answer" : "neither ModemManager nor oFono has one");
     }

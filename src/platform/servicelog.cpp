@@ -1,6 +1,6 @@
 #include "platform/servicelog.h"
 
-#include "addressbook/addressbookengine.h"
+#include "platform/ownaddressbook.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -68,7 +68,7 @@ void reportSpeechFailures(QProcess* process)
 
 void reportNoContacts(const QString& backEnd, int error)
 {
-    if (backEnd != AddressBookEngine::name()) {
+    if (backEnd != OWN_ADDRESS_BOOK) {
         qCWarning(lcPlatform, "No contacts: the store \"%s\" gave no name (error %i)",
                   qUtf8Printable(backEnd), error);
     }

@@ -43,9 +43,9 @@ private slots:
 void VCardFoldersTest::noFolder()
 {
     QTemporaryDir data;
-    const platform::VCardFolders folders(data.path());
+    const addressbook::VCardFolders folders(data.path());
     QVERIFY(!folders.exist());
-    platform::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
+    addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
     QCOMPARE(folders.read(reader, QDeadlineTimer(QDeadlineTimer::Forever)), QString());
     QCOMPARE(reader.labels(), QStringList());
 }
@@ -56,9 +56,9 @@ void VCardFoldersTest::timeRunsOutAmongTheFiles()
     for (int i = 0; i < 100; ++i) {
         write(data.filePath(QString("contacts/%1.vcf").arg(i)), CARD);
     }
-    const platform::VCardFolders folders(data.path());
+    const addressbook::VCardFolders folders(data.path());
     QVERIFY(folders.exist());
-    platform::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
+    addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
     // Enough for all entries, and for half of the files.
     steadyclock::takeOver(1);
     const QString trouble = folders.read(reader, QDeadlineTimer(150, Qt::PreciseTimer));
@@ -74,8 +74,8 @@ void VCardFoldersTest::timeRunsOutAmongOtherEntries()
     for (int i = 0; i < 200; ++i) {
         write(data.filePath(QString("contacts/%1/notes.txt").arg(i)), "FN:Anna Smith");
     }
-    const platform::VCardFolders folders(data.path());
-    platform::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
+    const addressbook::VCardFolders folders(data.path());
+    addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
     steadyclock::takeOver(1);
     const QString trouble = folders.read(reader, QDeadlineTimer(50, Qt::PreciseTimer));
     const int looks = steadyclock::looks();
@@ -91,8 +91,8 @@ void VCardFoldersTest::linkToMuchElse()
     write(data.filePath("elsewhere/a.vcf"), CARD);
     QVERIFY(QFile::link(data.filePath("elsewhere"), data.filePath("contacts")));
     QVERIFY(QFile::link("/", data.filePath("kpeoplevcard")));
-    const platform::VCardFolders folders(data.path());
-    platform::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
+    const addressbook::VCardFolders folders(data.path());
+    addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
     QElapsedTimer timer;
     timer.start();
     QCOMPARE(folders.read(reader, QDeadlineTimer(5, Qt::PreciseTimer)),
@@ -122,8 +122,8 @@ void VCardFoldersTest::onlyRegularFilesAreOpened()
     const QByteArray socket = QFile::encodeName(data.filePath("contacts/socket.vcf"));
     QCOMPARE(mknod(socket.constData(), S_IFSOCK | 0600, 0), 0);
 
-    const platform::VCardFolders folders(data.path());
-    platform::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
+    const addressbook::VCardFolders folders(data.path());
+    addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
     QCOMPARE(folders.read(reader, QDeadlineTimer(QDeadlineTimer::Forever)), QString());
     QCOMPARE(reader.labels(), QStringList({"Anna Smith", "Anna Smith", "Anna Smith"}));
 }

@@ -2,7 +2,7 @@
 
 #include <QTest>
 
-using platform::VCardLine;
+using addressbook::VCardLine;
 
 /// One line of a card; whole cards are in vcardreadertest.
 class VCardLineTest : public QObject

@@ -7,7 +7,7 @@
 
 #include <utility>
 
-using platform::VCardReader;
+using addressbook::VCardReader;
 
 namespace {
 

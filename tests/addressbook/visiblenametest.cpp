@@ -47,7 +47,7 @@ void VisibleNameTest::visibleName()
 {
     QFETCH(QString, text);
     QFETCH(QString, name);
-    QCOMPARE(platform::visibleName(text), name);
+    QCOMPARE(addressbook::visibleName(text), name);
 }
 
 void VisibleNameTest::invisibleIsNone_data()
@@ -66,8 +66,8 @@ void VisibleNameTest::invisibleIsNone()
 {
     QFETCH(uint, sign);
     const QString text = QString::fromUcs4(&sign, 1);
-    QCOMPARE(platform::visibleName(text), QString());
-    QCOMPARE(platform::visibleName(text + ' ' + text + text), QString());
+    QCOMPARE(addressbook::visibleName(text), QString());
+    QCOMPARE(addressbook::visibleName(text + ' ' + text + text), QString());
 }
 
 void VisibleNameTest::directionIsLeftAlone_data()
@@ -83,7 +83,7 @@ void VisibleNameTest::directionIsLeftAlone()
 {
     QFETCH(uint, sign);
     const QString mark = QString::fromUcs4(&sign, 1);
-    QCOMPARE(platform::visibleName("An" + mark + "na" + mark), QString("Anna"));
+    QCOMPARE(addressbook::visibleName("An" + mark + "na" + mark), QString("Anna"));
 }
 
 QTEST_GUILESS_MAIN(VisibleNameTest)
