@@ -1,5 +1,8 @@
 #include "platform/powermodel.h"
 
+#include <QVariant>
+#include <QtGlobal>
+
 #include <cmath>
 
 namespace platform {
@@ -18,17 +21,21 @@ void take(std::optional<T>& value, const QVariantMap& properties, const char* na
 
 } // namespace
 
-void PowerModel::setManager(const QVariantMap& changed)
+void PowerModel::update(const QVariantMap& changed)
 {
     take(onBattery, changed, "OnBattery");
-}
-
-void PowerModel::setBattery(const QVariantMap& changed)
-{
     take(present, changed, "IsPresent");
     take(state, changed, "State");
     take(percentage, changed, "Percentage");
-    updateLevel();
+
+    if (present == false) {
+        lastLevel = 100;
+    }
+    // Zero per cent in an unknown state is what UPower says before it has looked.
+    const bool looked = state.value_or(StateUnknown) != StateUnknown || percentage.value_or(0.0) > 0.0;
+    if (present == true && looked && percentage && std::isfinite(*percentage)) {
+        lastLevel = static_cast<int>(std::lround(qBound(0.0, *percentage, 100.0)));
+    }
 }
 
 void PowerModel::forget()
@@ -65,18 +72,6 @@ PowerModel::Power PowerModel::power() const
         return onBattery == false ? OnWall : OnBattery;
     }
     return Contradictory;
-}
-
-void PowerModel::updateLevel()
-{
-    if (present == false) {
-        lastLevel = 100;
-    }
-    // Zero per cent in an unknown state is what UPower says before it has looked.
-    const bool looked = state.value_or(StateUnknown) != StateUnknown || percentage.value_or(0) > 0;
-    if (present == true && looked && percentage && std::isfinite(*percentage)) {
-        lastLevel = static_cast<int>(std::lround(qBound(0.0, *percentage, 100.0)));
-    }
 }
 
 } // namespace platform

@@ -17,10 +17,10 @@ public:
     /// As QSystemDeviceInfo counts them.
     enum Power { Unknown = 0, OnBattery = 1, OnWall = 2, OnWallCharging = 3, Contradictory = 4 };
 
-    /// Takes over what is told of the manager, or of the device that stands for all batteries;
-    /// `changed` may hold a part of the properties only. Values of a wrong type count as not told.
-    void setManager(const QVariantMap& changed);
-    void setBattery(const QVariantMap& changed);
+    /// Takes over what is told of the manager (OnBattery), and of the device that stands for all
+    /// batteries (IsPresent, State, Percentage); `changed` may hold a part of it only, and more
+    /// than that. Values of a wrong type count as not told.
+    void update(const QVariantMap& changed);
     /// Nobody tells anything any more: nothing is known but the level.
     void forget();
 
@@ -46,9 +46,6 @@ private:
         PendingCharge = 5,
         PendingDischarge = 6
     };
-
-    Power supply() const;
-    void updateLevel();
 
     std::optional<bool> onBattery;
     std::optional<bool> present;

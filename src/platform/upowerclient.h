@@ -3,10 +3,12 @@
 #include "platform/powermodel.h"
 
 #include <QDBusConnection>
-#include <QDBusError>
+#include <QDBusPendingReply>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
+
+class QDBusPendingCallWatcher;
 
 namespace platform {
 
@@ -21,7 +23,6 @@ class UPowerClient : public QObject
 
 public:
     explicit UPowerClient(QObject* parent = nullptr);
-    ~UPowerClient() override;
 
     /// As PowerModel has them.
     int level() const;
@@ -32,18 +33,18 @@ signals:
     void levelChanged(int level);
 
 private slots:
-    void ownerChanged(const QString& service, const QString& before, const QString& now);
-    void managerChanged(const QString& interface, const QVariantMap& changed,
-                        const QStringList& invalidated);
-    void batteryChanged(const QString& interface, const QVariantMap& changed,
-                        const QStringList& invalidated);
-    void takeManager(const QVariantMap& properties);
-    void takeBattery(const QVariantMap& properties);
-    void miss(const QDBusError& error);
+    // A slot, because what a service signals can only be connected to by name.
+    void propertiesChanged(const QString& interface, const QVariantMap& changed,
+                           const QStringList& invalidated);
 
 private:
+    void ownerChanged(const QString& service, const QString& before, const QString& now);
     void askAtOnce();
     void ask();
+    void answered(QDBusPendingCallWatcher* watcher);
+    /// False for an error.
+    bool hear(const QDBusPendingReply<QVariantMap>& answer);
+    void take(const QVariantMap& properties);
 
     QDBusConnection bus;
     PowerModel model;

@@ -14,12 +14,11 @@
 
 namespace {
 
-const QString UPOWER("org.freedesktop.UPower");
-const QString MANAGER("/org/freedesktop/UPower");
-const QString DEVICES("/org/freedesktop/UPower/devices/");
-const QString DEVICE("org.freedesktop.UPower.Device");
-const QString MOCK("org.freedesktop.DBus.Mock");
-const QString PROPERTIES("org.freedesktop.DBus.Properties");
+const char UPOWER[] = "org.freedesktop.UPower";
+const char MANAGER[] = "/org/freedesktop/UPower";
+const char DISPLAY_DEVICE[] = "/org/freedesktop/UPower/devices/DisplayDevice";
+const char DEVICE[] = "org.freedesktop.UPower.Device";
+const char PROPERTIES[] = "org.freedesktop.DBus.Properties";
 
 /// UPower may take 200 ms of the start; the rest is for sanitizers.
 const int LIMIT_MS = 600;
@@ -81,7 +80,7 @@ public:
 
     bool setDisplay(const QString& property, const QVariant& value)
     {
-        return set(DEVICES + "DisplayDevice", DEVICE, property, value);
+        return set(DISPLAY_DEVICE, DEVICE, property, value);
     }
 
     bool setUpDisplay(unsigned int state, double percentage)
@@ -99,7 +98,7 @@ public:
 
     bool mock(const QString& path, const QString& method, const QVariantList& arguments)
     {
-        return succeeds(bus.call(UPOWER, path, MOCK, method, arguments));
+        return succeeds(bus.call(UPOWER, path, "org.freedesktop.DBus.Mock", method, arguments));
     }
 
 private:
@@ -129,6 +128,7 @@ private slots:
     void frozenBus();
     void desktopHasNoBattery();
     void levelAndPlugAreFollowed();
+    void whatIsNoLongerValidIsAskedFor_data();
     void whatIsNoLongerValidIsAskedFor();
     void contradictionIsWeird();
     void serviceRestarts();
@@ -146,18 +146,20 @@ private slots:
     void busThatDies();
 
 private:
+    /// Starts a probe whose first answer is this one, and comes in time.
     bool start(const QString& expected);
+    /// The same, with a battery that runs down from 43 %.
+    bool startOnBattery();
     /// Asks the probe until it tells this; false if it never does.
     bool becomes(int level, const QString& power);
+    void ask();
     void takeAnswer();
-    /// The newest answer, "level power".
-    QString told() const;
 
-    std::unique_ptr<PrivateBus> m_bus;
-    std::unique_ptr<MockUPower> m_upower;
-    std::unique_ptr<Probe> m_probe;
-    int m_startMs = -1;
-    QString m_told;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<MockUPower> upower;
+    std::unique_ptr<Probe> probe;
+    int startMs = -1;
+    QString told; ///< The newest answer, "level power".
 };
 
 void PowerTest::init()
@@ -165,79 +167,84 @@ void PowerTest::init()
     if (!QFileInfo::exists("/usr/lib/python3/dist-packages/dbusmock")) {
         QSKIP("Package python3-dbusmock is not installed");
     }
-    m_bus = std::make_unique<PrivateBus>();
-    QVERIFY(m_bus->start());
-    m_upower = std::make_unique<MockUPower>(*m_bus);
-    m_probe = std::make_unique<Probe>();
-    m_probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
+    bus = std::make_unique<PrivateBus>();
+    QVERIFY(bus->start());
+    upower = std::make_unique<MockUPower>(*bus);
+    probe = std::make_unique<Probe>();
+    probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", bus->address());
 }
 
 void PowerTest::cleanup()
 {
-    m_probe.reset();
-    m_upower.reset();
-    m_bus.reset();
+    probe.reset();
+    upower.reset();
+    bus.reset();
 }
 
-/// Starts a probe whose first answer is this one, and comes in time.
 bool PowerTest::start(const QString& expected)
 {
-    const QProcessEnvironment environment = m_probe->environment;
+    const QProcessEnvironment environment = probe->environment;
     for (int i = 0; i < ATTEMPTS; ++i) {
-        m_probe = std::make_unique<Probe>();
-        m_probe->environment = environment;
-        if (!m_probe->start("power")) {
+        probe = std::make_unique<Probe>();
+        probe->environment = environment;
+        if (!probe->start("power")) {
             return false;
         }
-        m_startMs = m_probe->answer("ms").toInt();
+        startMs = probe->answer("ms").toInt();
         takeAnswer();
-        printf("           %s: %s in %i ms\n", QTest::currentTestFunction(), qPrintable(m_told),
-               m_startMs);
-        if (m_told == expected && m_startMs < LIMIT_MS) {
+        printf("           %s: %s in %i ms\n", QTest::currentTestFunction(), qPrintable(told),
+               startMs);
+        if (told == expected && startMs < LIMIT_MS) {
             return true;
         }
     }
     return false;
 }
 
+bool PowerTest::startOnBattery()
+{
+    return upower->start() && upower->setUpDisplay(2, 43.0) && upower->setOnBattery(true) &&
+           start("43 battery");
+}
+
+void PowerTest::ask()
+{
+    probe->say("ask");
+    takeAnswer();
+}
+
 void PowerTest::takeAnswer()
 {
     // One after the other: the operands of a sum have no order.
-    const QString level = m_probe->answer("level");
-    const QString power = m_probe->answer("power");
-    m_told = m_probe->answer("end").isNull() ? QString() : level + ' ' + power;
+    const QString level = probe->answer("level");
+    const QString power = probe->answer("power");
+    told = probe->answer("end").isNull() ? QString() : level + ' ' + power;
 }
 
 bool PowerTest::becomes(int level, const QString& power)
 {
     const QString wanted = QString::number(level) + ' ' + power;
-    for (int i = 0; i < 200 && m_told != wanted; ++i) {
+    for (int i = 0; i < 200 && told != wanted; ++i) {
         if (i > 0) {
             QTest::qWait(10);
         }
-        m_probe->say("ask");
-        takeAnswer();
+        ask();
     }
-    return m_told == wanted;
-}
-
-QString PowerTest::told() const
-{
-    return m_told;
+    return told == wanted;
 }
 
 void PowerTest::noBus()
 {
-    m_probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+    probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
     QVERIFY(start("100 NULL power"));
-    QCOMPARE(m_probe->platformLog().size(), 1);
-    QVERIFY(m_probe->platformLog().first().contains("No system bus"));
+    QCOMPARE(probe->platformLog().size(), 1);
+    QVERIFY(probe->platformLog().first().contains("No system bus"));
 }
 
 void PowerTest::noService()
 {
     QVERIFY(start("100 NULL power"));
-    QStringList log = m_probe->platformLog();
+    QStringList log = probe->platformLog();
     QCOMPARE(log.filter("UPower").size(), 1);
     QVERIFY2(log.filter("UPower").first().contains("UPower does not tell all"),
              qPrintable(log.first()));
@@ -245,163 +252,172 @@ void PowerTest::noService()
 
 void PowerTest::frozenBus()
 {
-    m_bus->freeze();
+    bus->freeze();
     const bool started = start("100 NULL power");
-    m_bus->thaw();
+    bus->thaw();
     QVERIFY(started);
 }
 
 void PowerTest::desktopHasNoBattery()
 {
-    QVERIFY(m_upower->start());
+    QVERIFY(upower->start());
     QVERIFY(start("100 wall power"));
 }
 
 void PowerTest::levelAndPlugAreFollowed()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.4));
-    QVERIFY(m_upower->setOnBattery(true));
+    QVERIFY(upower->start());
+    QVERIFY(upower->setUpDisplay(2, 43.4));
+    QVERIFY(upower->setOnBattery(true));
     QVERIFY(start("43 battery"));
 
     for (double level : {42.0, 30.0, 29.0, 5.0}) {
-        QVERIFY(m_upower->setDisplay("Percentage", level));
-        QVERIFY2(becomes(static_cast<int>(level), "battery"), qPrintable(told()));
+        QVERIFY(upower->setDisplay("Percentage", level));
+        QVERIFY2(becomes(static_cast<int>(level), "battery"), qPrintable(told));
     }
-    QVERIFY(m_upower->setOnBattery(false));
-    QVERIFY(m_upower->setDisplay("State", 1u));
-    QVERIFY2(becomes(5, "wall power"), qPrintable(told()));
-    QVERIFY(m_upower->setDisplay("Percentage", 100.0));
-    QVERIFY(m_upower->setDisplay("State", 4u));
-    QVERIFY2(becomes(100, "wall power"), qPrintable(told()));
+    QVERIFY(upower->setOnBattery(false));
+    QVERIFY(upower->setDisplay("State", 1u));
+    QVERIFY2(becomes(5, "wall power"), qPrintable(told));
+    QVERIFY(upower->setDisplay("Percentage", 100.0));
+    QVERIFY(upower->setDisplay("State", 4u));
+    QVERIFY2(becomes(100, "wall power"), qPrintable(told));
     // Held below full by a limit on charging.
-    QVERIFY(m_upower->setDisplay("Percentage", 80.0));
-    QVERIFY(m_upower->setDisplay("State", 5u));
-    QVERIFY2(becomes(80, "wall power"), qPrintable(told()));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(m_upower->setDisplay("State", 2u));
-    QVERIFY2(becomes(80, "battery"), qPrintable(told()));
+    QVERIFY(upower->setDisplay("Percentage", 80.0));
+    QVERIFY(upower->setDisplay("State", 5u));
+    QVERIFY2(becomes(80, "wall power"), qPrintable(told));
+    QVERIFY(upower->setOnBattery(true));
+    QVERIFY(upower->setDisplay("State", 2u));
+    QVERIFY2(becomes(80, "battery"), qPrintable(told));
     // Taken out.
-    QVERIFY(m_upower->setDisplay("IsPresent", false));
-    QVERIFY(m_upower->setOnBattery(false));
-    QVERIFY2(becomes(100, "wall power"), qPrintable(told()));
+    QVERIFY(upower->setDisplay("IsPresent", false));
+    QVERIFY(upower->setOnBattery(false));
+    QVERIFY2(becomes(100, "wall power"), qPrintable(told));
+}
+
+void PowerTest::whatIsNoLongerValidIsAskedFor_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("interface");
+    QTest::addColumn<QString>("property");
+    QTest::addColumn<QVariant>("passing"); // Told by the signal, and by no answer.
+    QTest::addColumn<int>("level");
+    QTest::addColumn<QString>("power");
+    QTest::newRow("battery") << DISPLAY_DEVICE << DEVICE << "Percentage" << QVariant(7.0) << 7
+                             << "battery";
+    QTest::newRow("manager") << MANAGER << UPOWER << "OnBattery" << QVariant(false) << 43
+                             << "wall power";
 }
 
 void PowerTest::whatIsNoLongerValidIsAskedFor()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
-    const auto tell = [this](const QVariantMap& changed, const QStringList& invalidated) {
-        return m_upower->mock(DEVICES + "DisplayDevice", "EmitSignal",
-                              {PROPERTIES, "PropertiesChanged", "sa{sv}as",
-                               QVariantList{DEVICE, changed, invalidated}});
+    QFETCH(QString, path);
+    QFETCH(QString, interface);
+    QFETCH(QString, property);
+    QFETCH(QVariant, passing);
+    QFETCH(int, level);
+    QFETCH(QString, power);
+    QVERIFY(startOnBattery());
+    const auto tell = [&](const QVariantMap& changed, const QStringList& invalidated) {
+        return upower->mock(path, "EmitSignal",
+                            {PROPERTIES, "PropertiesChanged", "sa{sv}as",
+                             QVariantList{interface, changed, invalidated}});
     };
-    QVERIFY(tell({{"Percentage", 7.0}}, {}));
-    QVERIFY2(becomes(7, "battery"), qPrintable(told()));
-    QVERIFY(tell({}, {"Percentage"}));
-    QVERIFY2(becomes(43, "battery"), qPrintable(told()));
+    QVERIFY(tell({{property, passing}}, {}));
+    QVERIFY2(becomes(level, power), qPrintable(told));
+    QVERIFY(tell({}, {property}));
+    QVERIFY2(becomes(43, "battery"), qPrintable(told));
 }
 
 void PowerTest::contradictionIsWeird()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(1, 50.0));
-    QVERIFY(m_upower->setOnBattery(true));
+    QVERIFY(upower->start());
+    QVERIFY(upower->setUpDisplay(1, 50.0));
+    QVERIFY(upower->setOnBattery(true));
     QVERIFY(start("50 weird power"));
-    QVERIFY(m_upower->setDisplay("State", 99u));
-    QVERIFY(m_upower->setOnBattery(false));
-    QVERIFY(m_upower->setDisplay("Percentage", 49.0));
-    QVERIFY2(becomes(49, "weird power"), qPrintable(told()));
-    QVERIFY(m_upower->setDisplay("State", 1u));
-    QVERIFY2(becomes(49, "wall power"), qPrintable(told()));
+    QVERIFY(upower->setDisplay("State", 99u));
+    QVERIFY(upower->setOnBattery(false));
+    QVERIFY(upower->setDisplay("Percentage", 49.0));
+    QVERIFY2(becomes(49, "weird power"), qPrintable(told));
+    QVERIFY(upower->setDisplay("State", 1u));
+    QVERIFY2(becomes(49, "wall power"), qPrintable(told));
 }
 
 void PowerTest::serviceRestarts()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
-    m_upower->stop();
-    QVERIFY2(becomes(43, "NULL power"), qPrintable(told()));
-    QCOMPARE(m_probe->platformLog().filter("UPower is gone").size(), 1);
+    QVERIFY(startOnBattery());
+    upower->stop();
+    QVERIFY2(becomes(43, "NULL power"), qPrintable(told));
+    QCOMPARE(probe->platformLog().filter("UPower is gone").size(), 1);
 
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(1, 44.0));
-    QVERIFY2(becomes(44, "wall power"), qPrintable(told()));
-    QVERIFY(m_upower->setDisplay("Percentage", 45.0));
-    QVERIFY2(becomes(45, "wall power"), qPrintable(told()));
+    QVERIFY(upower->start());
+    QVERIFY(upower->setUpDisplay(1, 44.0));
+    QVERIFY2(becomes(44, "wall power"), qPrintable(told));
+    QVERIFY(upower->setDisplay("Percentage", 45.0));
+    QVERIFY2(becomes(45, "wall power"), qPrintable(told));
 }
 
 void PowerTest::serviceComesLate()
 {
     QVERIFY(start("100 NULL power"));
-    QVERIFY(m_upower->start());
-    QVERIFY2(becomes(100, "wall power"), qPrintable(told()));
-    QVERIFY(m_upower->setUpDisplay(2, 17.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY2(becomes(17, "battery"), qPrintable(told()));
+    QVERIFY(upower->start());
+    QVERIFY2(becomes(100, "wall power"), qPrintable(told));
+    QVERIFY(upower->setUpDisplay(2, 17.0));
+    QVERIFY(upower->setOnBattery(true));
+    QVERIFY2(becomes(17, "battery"), qPrintable(told));
 }
 
 void PowerTest::serviceGoesDuringStart()
 {
-    QVERIFY(m_upower->start());
-    m_upower->freeze();
-    QVERIFY(m_probe->start("power"));
+    QVERIFY(upower->start());
+    upower->freeze();
+    QVERIFY(probe->start("power"));
     QTest::qSleep(60);
-    m_upower->stop();
-    QVERIFY(!m_probe->answer("end").isNull());
-    QVERIFY2(becomes(100, "NULL power"), qPrintable(told()));
+    upower->stop();
+    QVERIFY(!probe->answer("end").isNull());
+    QVERIFY2(becomes(100, "NULL power"), qPrintable(told));
 }
 
 void PowerTest::serviceWithoutTheBatteryOfAll()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->mock(MANAGER, "RemoveObject",
-                           {QVariant::fromValue(QDBusObjectPath(DEVICES + "DisplayDevice"))}));
-    QVERIFY(m_upower->setOnBattery(true));
+    QVERIFY(upower->start());
+    QVERIFY(upower->mock(MANAGER, "RemoveObject",
+                         {QVariant::fromValue(QDBusObjectPath(DISPLAY_DEVICE))}));
+    QVERIFY(upower->setOnBattery(true));
     QVERIFY(start("100 battery"));
-    QCOMPARE(m_probe->platformLog().filter("UPower").size(), 1);
+    QCOMPARE(probe->platformLog().filter("UPower").size(), 1);
 }
 
 void PowerTest::restartAndALoneChange()
 {
     // The one that comes back tells a change of a battery, and has not answered yet.
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
-    m_upower->stop();
-    QVERIFY2(becomes(43, "NULL power"), qPrintable(told()));
+    QVERIFY(startOnBattery());
+    upower->stop();
+    QVERIFY2(becomes(43, "NULL power"), qPrintable(told));
 
-    FakeService returned(m_bus->connection(), UPOWER,
+    FakeService returned(bus->connection(), UPOWER,
                          [](const QDBusMessage&) { return QDBusMessage(); });
-    for (const char* device : {"DisplayDevice", "battery_BAT0"}) {
-        QDBusMessage change =
-            QDBusMessage::createSignal(DEVICES + device, PROPERTIES, "PropertiesChanged");
+    for (const char* path : {DISPLAY_DEVICE, "/org/freedesktop/UPower/devices/battery_BAT0"}) {
+        QDBusMessage change = QDBusMessage::createSignal(path, PROPERTIES, "PropertiesChanged");
         change << DEVICE << QVariantMap{{"Percentage", 42.0}} << QStringList();
-        QVERIFY(m_bus->connection().send(change));
+        QVERIFY(bus->connection().send(change));
     }
     // It has been heard when it asks.
     QTRY_VERIFY(returned.calls().size() >= 2);
-    m_probe->say("ask");
-    takeAnswer();
-    QCOMPARE(told(), QString("43 NULL power"));
+    ask();
+    QCOMPARE(told, QString("43 NULL power"));
 }
 
 void PowerTest::interfacesAreNamed()
 {
     // A service need not answer a question for the properties of an interface that it does not
     // have.
-    FakeService strict(m_bus->connection(), UPOWER, [](const QDBusMessage& message) {
+    FakeService strict(bus->connection(), UPOWER, [](const QDBusMessage& message) {
         const QString interface = message.arguments().value(0).toString();
         const bool isProperties = message.interface() == PROPERTIES && message.member() == "GetAll";
         if (isProperties && message.path() == MANAGER && interface == UPOWER) {
             return message.createReply(QVariantMap{{"OnBattery", true}});
         }
-        if (isProperties && message.path() == DEVICES + "DisplayDevice" && interface == DEVICE) {
+        if (isProperties && message.path() == DISPLAY_DEVICE && interface == DEVICE) {
             return message.createReply(
                 QVariantMap{{"IsPresent", true}, {"State", 2u}, {"Percentage", 43.0}});
         }
@@ -412,89 +428,77 @@ void PowerTest::interfacesAreNamed()
 
 void PowerTest::noEventLoopIsRun()
 {
-    QVERIFY(m_upower->start());
-    m_upower->freeze();
+    QVERIFY(upower->start());
+    upower->freeze();
     QVERIFY(start("100 NULL power"));
-    m_upower->thaw();
-    QCOMPARE(m_probe->all("loops"), QStringList{"0"});
+    upower->thaw();
+    QCOMPARE(probe->all("loops"), QStringList{"0"});
 }
 
 void PowerTest::frozenService()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    m_upower->freeze();
+    QVERIFY(upower->start());
+    QVERIFY(upower->setUpDisplay(2, 43.0));
+    upower->freeze();
     const bool started = start("100 NULL power");
     QVERIFY(started);
-    QVERIFY2(m_startMs >= 150, qPrintable(QString::number(m_startMs)));
-    QCOMPARE(m_probe->platformLog().filter("UPower").size(), 1);
+    QVERIFY2(startMs >= 150, qPrintable(QString::number(startMs)));
+    QCOMPARE(probe->platformLog().filter("UPower").size(), 1);
 }
 
 void PowerTest::slowServiceIsHeardLater()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    m_upower->freeze();
+    QVERIFY(upower->start());
+    QVERIFY(upower->setUpDisplay(2, 43.0));
+    QVERIFY(upower->setOnBattery(true));
+    upower->freeze();
     QVERIFY(start("100 NULL power"));
-    m_upower->thaw();
-    QVERIFY2(becomes(43, "battery"), qPrintable(told()));
+    upower->thaw();
+    QVERIFY2(becomes(43, "battery"), qPrintable(told));
 }
 
 void PowerTest::refusalsAreNoHarm()
 {
-    FakeService refusing(m_bus->connection(), UPOWER, [](const QDBusMessage& message) {
+    FakeService refusing(bus->connection(), UPOWER, [](const QDBusMessage& message) {
         return message.createErrorReply("org.example.No", "Not for you");
     });
     QVERIFY(start("100 NULL power"));
-    QCOMPARE(m_probe->platformLog().filter("UPower").size(), 1);
+    QCOMPARE(probe->platformLog().filter("UPower").size(), 1);
 }
 
 void PowerTest::strangeSendersAreNotHeard()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
+    QVERIFY(startOnBattery());
     QDBusMessage signal =
-        QDBusMessage::createSignal(DEVICES + "DisplayDevice", PROPERTIES, "PropertiesChanged");
+        QDBusMessage::createSignal(DISPLAY_DEVICE, PROPERTIES, "PropertiesChanged");
     signal << DEVICE << QVariantMap{{"Percentage", 1.0}} << QStringList();
-    QVERIFY(m_bus->connection().send(signal));
+    QVERIFY(bus->connection().send(signal));
     QTest::qWait(100);
-    m_probe->say("ask");
-    takeAnswer();
-    QCOMPARE(told(), QString("43 battery"));
-    QVERIFY(m_upower->setDisplay("Percentage", 42.0));
-    QVERIFY2(becomes(42, "battery"), qPrintable(told()));
+    ask();
+    QCOMPARE(told, QString("43 battery"));
+    QVERIFY(upower->setDisplay("Percentage", 42.0));
+    QVERIFY2(becomes(42, "battery"), qPrintable(told));
 }
 
 void PowerTest::busThatFreezesLater()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
-    m_bus->freeze();
-    m_probe->say("ask");
-    takeAnswer();
-    const bool ended = m_probe->waitForEnd(5000);
-    m_bus->thaw();
-    QCOMPARE(told(), QString("43 battery"));
+    QVERIFY(startOnBattery());
+    bus->freeze();
+    ask();
+    const bool ended = probe->waitForEnd(5000);
+    bus->thaw();
+    QCOMPARE(told, QString("43 battery"));
     QVERIFY(ended);
 }
 
 void PowerTest::busThatDies()
 {
-    QVERIFY(m_upower->start());
-    QVERIFY(m_upower->setUpDisplay(2, 43.0));
-    QVERIFY(m_upower->setOnBattery(true));
-    QVERIFY(start("43 battery"));
-    m_bus->kill();
+    QVERIFY(startOnBattery());
+    bus->kill();
     QTest::qWait(200);
-    m_probe->say("ask");
-    takeAnswer();
-    QVERIFY2(told().startsWith("43 "), qPrintable(told()));
-    QVERIFY(m_probe->waitForEnd());
+    ask();
+    QVERIFY2(told.startsWith("43 "), qPrintable(told));
+    QVERIFY(probe->waitForEnd());
 }
 
 QTEST_GUILESS_MAIN(PowerTest)
