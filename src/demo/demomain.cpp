@@ -1,6 +1,7 @@
 #include "demo/demomain_p.h"
 
 #include "demo/demobuilder.h"
+#include "graphics/pausingdevice.h"
 #include "platform/glsurface.h"
 #include "platform/servicelog.h"
 #include "platform/soundguard.h"
@@ -37,6 +38,7 @@ const double WIDE_REACH = 48.1;     ///< The size of the copies, in 200ths for e
 const double REACH_OF_ONE = 5.1;    ///< and that of spread n, n times this.
 const double FULL_VOLUME = 50.0;    ///< Of 100.
 const double CAPTION_CORNER = 20.0; ///< Pixels from the origin, both ways.
+const int LATTICE_ROW = 7;          ///< Points of the lattice along an axis.
 
 /// What is painted over a target before each frame: old frames shine through and fade away.
 QColor trailColor()
@@ -135,10 +137,6 @@ void DemoMain::init()
 
     d->zoomer.init();
     d->wireframes.init();
-    if (platform::driverGathersDraws()) {
-        // 343 squares, each with a state of its own, would be 45 megabytes.
-        d->wireframes.setPause([] { glFinish(); });
-    }
 
     platform::guardBeginningOfMusic(this);
     d->player = std::make_unique<QMediaPlayer>(d->widget);
@@ -344,13 +342,25 @@ void DemoMain::DemoMainPrivate::paintEffect(const DemoPart& part, int frame)
             painter.fillRect(0, 0, width, height, trailColor());
         }
         painter.translate(centre);
-        wireframes.renderFrame(painter, frame);
+        paintLattice(painter, frame);
         break;
     }
     if (!part.caption.isEmpty()) {
         paintCaption(painter, part.caption);
     }
     painter.end();
+}
+
+void DemoMain::DemoMainPrivate::paintLattice(QPainter& painter, int frame)
+{
+    if (!platform::driverGathersDraws()) {
+        wireframes.renderFrame(painter, frame);
+        return;
+    }
+    // 343 squares, each with a state of its own, would be 45 megabytes; so row by row.
+    graphics::PausingDevice device(painter, LATTICE_ROW);
+    QPainter pausing(&device);
+    wireframes.renderFrame(pausing, frame);
 }
 
 void DemoMain::DemoMainPrivate::paintCaption(QPainter& painter, const QString& caption)

@@ -46,6 +46,7 @@ struct DemoMain::DemoMainPrivate
     void beginFrame();
     void paintTitle();
     void paintEffect(const DemoPart& part, int frame);
+    void paintLattice(QPainter& painter, int frame);
     void paintCaption(QPainter& painter, const QString& caption);
     void composite(const DemoPart& part, float phase);
     void drawFace(int face);

@@ -6,7 +6,6 @@
 #include <QVector4D>
 
 #include <cmath>
-#include <utility>
 
 struct Wireframes::WireframesPrivate
 {
@@ -60,9 +59,6 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
         // loops; only blue starts afresh for each.
         double red = std::sin(theta + 0.5 * i) * 90.0;
         for (int j = -RADIUS; j <= RADIUS; ++j) {
-            if (pause) {
-                pause();
-            }
             double green = std::cos(theta + 0.5 * j) * 90.0;
             for (int k = -RADIUS; k <= RADIUS; ++k) {
                 red = clampChannel(red + 50.0);
@@ -91,9 +87,4 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
             }
         }
     }
-}
-
-void Wireframes::setPause(std::function<void()> newPause)
-{
-    pause = std::move(newPause);
 }

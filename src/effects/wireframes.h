@@ -2,7 +2,6 @@
 
 #include "effects/effectbase.h"
 
-#include <functional>
 #include <memory>
 
 class QPainter;
@@ -24,12 +23,7 @@ public:
     /// painter is left in CompositionMode_Plus.
     void renderFrame(QPainter& painter, int frame);
 
-    /// Has renderFrame() call `pause` before each of its 49 rows of points: a painter may need much
-    /// memory for what is still to be carried out. Null, as it is at first: no pause.
-    void setPause(std::function<void()> pause);
-
 private:
     struct WireframesPrivate;
     std::unique_ptr<WireframesPrivate> d; ///< Empty; room for lattices that keep a state.
-    std::function<void()> pause;
 };

@@ -138,7 +138,6 @@ private slots:
     void frame150IsAlmostFrame0();
     void middlePointIsInTheCentre();
     void overlappingPointsGlow();
-    void pausesBeforeEachRow();
     void framesKeepNoState();
 };
 
@@ -322,24 +321,6 @@ void WireframesTest::framesKeepNoState()
         QCOMPARE(again.position, before.position);
         QCOMPARE(again.pen, before.pen);
     }
-}
-
-void WireframesTest::pausesBeforeEachRow()
-{
-    Wireframes wireframes;
-    PaintRecorder recorder;
-    QPainter painter(&recorder);
-    QVector<int> points;
-    QVector<int> expected;
-    for (int row = 0; row < 49; ++row) {
-        expected.append(row * 7);
-    }
-    wireframes.setPause([&] { points.append(recorder.points.size()); });
-    wireframes.renderFrame(painter, 0);
-    QCOMPARE(points, expected);
-    wireframes.setPause(nullptr);
-    wireframes.renderFrame(painter, 0);
-    QCOMPARE(points.size(), 49);
 }
 
 QTEST_GUILESS_MAIN(WireframesTest)
