@@ -203,7 +203,7 @@ int DemoMain::paint()
         d->paintTitle();
     }
     d->paintEffect(part, frame);
-    d->composite(part, a);
+    d->composite(part, static_cast<double>(a));
     if (hasFace(part)) {
         d->drawFace(part.face);
     }
@@ -211,7 +211,7 @@ int DemoMain::paint()
         d->drawFade(part.fade);
     }
 
-    a = static_cast<float>(a - 0.08);
+    a = static_cast<float>(static_cast<double>(a) - 0.08);
     return 1;
 }
 
@@ -238,7 +238,7 @@ Friends* DemoMain::friends() const
 void DemoMain::DemoMainPrivate::buildRays()
 {
     for (int i = 0; i < 20; ++i) {
-        const auto angle = static_cast<float>(static_cast<float>(i) / 10.0 * 3.14);
+        const auto angle = static_cast<float>(i / 10.0 * 3.14);
         const QVector2D direction = QVector2D(std::sin(angle), -std::cos(angle)).normalized();
         QVector<EfPoint> ray;
         QVector2D position(128.0f, 128.0f);
@@ -368,8 +368,8 @@ void DemoMain::DemoMainPrivate::paintCaption(QPainter& painter, const QString& c
     const float progress = static_cast<float>(partTime.elapsed()) / CAPTION_MS;
     const int alpha = progress > 1.0f ? 128 : static_cast<int>(progress * 128);
     painter.setPen(QColor(255, 255, 255, alpha));
-    const float r1 = jitter();
-    const float r2 = jitter();
+    const double r1 = static_cast<double>(jitter());
+    const double r2 = static_cast<double>(jitter());
     // In the painter's coordinates of the moment: where an effect has moved the origin to the
     // centre the caption starts there, else in the corner.
     painter.drawText(QPoint(static_cast<int>(CAPTION_CORNER + r1 * 0.5),
@@ -377,7 +377,7 @@ void DemoMain::DemoMainPrivate::paintCaption(QPainter& painter, const QString& c
                      caption);
 }
 
-void DemoMain::DemoMainPrivate::composite(const DemoPart& part, float phase)
+void DemoMain::DemoMainPrivate::composite(const DemoPart& part, double phase)
 {
     setViewport();
     setIdentity();
@@ -436,7 +436,7 @@ void DemoMain::DemoMainPrivate::drawFade(int fade)
     if (fade == DemoPart::FadeIn) {
         f = 1.0f - f;
     }
-    player->setVolume(static_cast<int>(FULL_VOLUME - FULL_VOLUME * f));
+    player->setVolume(static_cast<int>(FULL_VOLUME - FULL_VOLUME * static_cast<double>(f)));
 
     // Drawn with the program and the texture of the moment, so the dark has a texture of its own.
     renderer.setBlending(graphics::BlendAlpha);

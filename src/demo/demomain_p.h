@@ -48,7 +48,7 @@ struct DemoMain::DemoMainPrivate
     void paintEffect(const DemoPart& part, int frame);
     void paintLattice(QPainter& painter, int frame);
     void paintCaption(QPainter& painter, const QString& caption);
-    void composite(const DemoPart& part, float phase);
+    void composite(const DemoPart& part, double phase);
     void drawFace(int face);
     void drawFade(int fade);
 

@@ -53,13 +53,13 @@ int TimeStep::millisPerFrame() const
 
 float TimeStep::frameStep(float framesPerSecond) const
 {
-    return static_cast<float>(static_cast<float>(stepMillis) / (1000.0 / framesPerSecond));
+    return static_cast<float>(stepMillis / (1000.0 / static_cast<double>(framesPerSecond)));
 }
 
 float TimeStep::timeStep(float framesPerSecond) const
 {
-    return static_cast<float>((static_cast<float>(stepMillis) / (1000.0 / framesPerSecond)) /
-                              framesPerSecond);
+    const double rate = static_cast<double>(framesPerSecond);
+    return static_cast<float>(stepMillis / (1000.0 / rate) / rate);
 }
 
 float nrand()
