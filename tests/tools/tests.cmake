@@ -3,3 +3,16 @@ foreach(name hearmusictest installpackagestest)
   pixmoth_add_test(tools ${name})
   target_compile_definitions(${name} PRIVATE TOOLS="${PROJECT_SOURCE_DIR}/tools")
 endforeach()
+
+# The show that its authors work by, once within the test and once as they start it.
+pixmoth_add_test(tools rehearsalgltest EACH)
+pixmoth_add_test(tools rehearsalmusicgltest SOUND)
+pixmoth_add_test(tools rehearseprogramgltest)
+target_compile_definitions(rehearseprogramgltest PRIVATE TOOLS="${PROJECT_SOURCE_DIR}/tools"
+  REHEARSE_PROGRAM="$<TARGET_FILE:pixmoth-rehearse>")
+add_dependencies(rehearseprogramgltest pixmoth-rehearse)
+foreach(name rehearsalgltest rehearsalmusicgltest)
+  target_compile_definitions(${name} PRIVATE RESOURCES="${PROJECT_SOURCE_DIR}/src/resources")
+  target_link_libraries(${name} PRIVATE pixmoth-rehearsal)
+  target_sources(${name} PRIVATE $<TARGET_OBJECTS:pixmoth-rehearsal>)
+endforeach()

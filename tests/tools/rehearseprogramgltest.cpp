@@ -1,0 +1,150 @@
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// tools/rehearse and its program, as an author starts them, on the test's virtual screen.
+class RehearseProgramGlTest : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void refuses_data();
+    void refuses();
+    void playsToTheEnd();
+    void keyEndsIt();
+    void shiftDoesNotEndIt();
+    void scriptTellsHowItIsUsed();
+    void scriptRefusesWithoutDisplay();
+
+private:
+    void start(QProcess& program, const QStringList& arguments);
+    /// Presses Escape until the program has ended.
+    bool endByKey(QProcess& program);
+};
+
+void RehearseProgramGlTest::start(QProcess& program, const QStringList& arguments)
+{
+    program.start(REHEARSE_PROGRAM, arguments);
+    QVERIFY(program.waitForStarted());
+}
+
+bool RehearseProgramGlTest::endByKey(QProcess& program)
+{
+    QElapsedTimer limit;
+    limit.start();
+    while (program.state() != QProcess::NotRunning && limit.elapsed() < 15000) {
+        QProcess::execute("xdotool", {"mousemove", "20", "20", "key", "Escape"});
+        program.waitForFinished(50);
+    }
+    return program.state() == QProcess::NotRunning;
+}
+
+void RehearseProgramGlTest::refuses_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("line");
+    const QString part = "rehearse: there is no part '%1'; the show has parts 1 to 19";
+    for (const char* wrong : {"0", "20", "x", "1.5", "", "99999999999999999999"}) {
+        QTest::addRow("part '%s'", wrong) << QStringList(wrong) << part.arg(wrong);
+    }
+    QTest::newRow("two parts") << QStringList{"1", "2"} << "rehearse: only one part can be named";
+    for (const char* wrong : {"800", "0x480", "800x", "axb", "-1x5", "800x480x2"}) {
+        QTest::addRow("size %s", wrong)
+            << QStringList{QString("--size=") + wrong}
+            << QString("rehearse: '%1' is no size; one is WIDTHxHEIGHT, as in 800x480").arg(wrong);
+    }
+    QTest::newRow("no source tree")
+        << QStringList{"--resources", "/nonexistent"}
+        << "rehearse: there is no source tree: /nonexistent has no folder 'shaders'";
+    QTest::newRow("unknown option") << QStringList{"--fast"} << "rehearse: Unknown option 'fast'.";
+}
+
+void RehearseProgramGlTest::refuses()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, line);
+    QProcess program;
+    start(program, arguments);
+    QVERIFY(program.waitForFinished(20000));
+    QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(program.exitCode(), 2);
+    // What the show misses here may be told before.
+    const QStringList lines =
+        QString::fromUtf8(program.readAllStandardError()).split('\n', Qt::SkipEmptyParts);
+    QCOMPARE(lines.filter(QRegularExpression("^(?!pixmoth\\.platform: )")), QStringList(line));
+    QCOMPARE(program.readAllStandardOutput(), QByteArray());
+}
+
+void RehearseProgramGlTest::playsToTheEnd()
+{
+    // And once more: nothing of the first stands in the way.
+    for (int i = 0; i < 2; ++i) {
+        QProcess program;
+        start(program, {"19", "--size", "320x192"});
+        QElapsedTimer time;
+        time.start();
+        QVERIFY(program.waitForReadyRead(20000));
+        QVERIFY(program.waitForFinished(30000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+        QVERIFY2(time.elapsed() > 4800, qPrintable(QString::number(time.elapsed())));
+        QCOMPARE(program.readAllStandardOutput(), QByteArray("Part 19 of 19\n"));
+    }
+}
+
+void RehearseProgramGlTest::keyEndsIt()
+{
+    QProcess program;
+    start(program, {"3", "--size", "320x192"});
+    QVERIFY(program.waitForReadyRead(20000));
+    QCOMPARE(program.readAllStandardOutput(), QByteArray("Part 3 of 19\n"));
+    QProcess geometry;
+    geometry.start("xdotool", {"search", "--name", "^pixmoth: part 3 of 19$", "getwindowgeometry"});
+    QVERIFY(geometry.waitForFinished());
+    const QByteArray told = geometry.readAllStandardOutput();
+    QVERIFY2(told.contains("Geometry: 320x192"), told);
+    QVERIFY(endByKey(program));
+    QCOMPARE(program.exitCode(), 0);
+}
+
+void RehearseProgramGlTest::shiftDoesNotEndIt()
+{
+    QProcess program;
+    start(program, {"--loop"});
+    QVERIFY(program.waitForReadyRead(20000));
+    for (const char* key : {"Shift_L", "Control_L", "Alt_L", "Super_L"}) {
+        QProcess::execute("xdotool", {"mousemove", "20", "20", "key", key});
+    }
+    QVERIFY(!program.waitForFinished(1000));
+    QVERIFY(endByKey(program));
+}
+
+void RehearseProgramGlTest::scriptTellsHowItIsUsed()
+{
+    QProcess script;
+    script.start(TOOLS "/rehearse", {"--help"});
+    QVERIFY(script.waitForFinished());
+    QCOMPARE(script.exitCode(), 0);
+    const QByteArray told = script.readAllStandardOutput();
+    QVERIFY2(told.contains("tools/rehearse [PART] [--loop] [--size WIDTHxHEIGHT]"), told);
+    QVERIFY2(!told.contains("set -e") && !told.contains("#"), told);
+}
+
+void RehearseProgramGlTest::scriptRefusesWithoutDisplay()
+{
+    QProcess script;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        environment.remove(name);
+    }
+    script.setProcessEnvironment(environment);
+    script.start(TOOLS "/rehearse", QStringList());
+    QVERIFY(script.waitForFinished());
+    QCOMPARE(script.exitCode(), 1);
+    QVERIFY(script.readAllStandardError().startsWith("rehearse: there is no display here"));
+}
+
+QTEST_GUILESS_MAIN(RehearseProgramGlTest)
+#include "rehearseprogramgltest.moc"
