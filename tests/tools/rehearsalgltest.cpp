@@ -119,12 +119,16 @@ public:
         rehearsal->paintGL();
     }
 
-    /// Draws frames until another part plays, or this one anew; the time it takes.
+    /// Draws frames until another part plays, or this one anew; the time it takes. No part is
+    /// shorter than the first step.
     int playOn()
     {
         const int part = d().partIndex;
-        for (int time = 50; time < 20000; time += 50) {
-            frame(50);
+        int time = 0;
+        while (time < 20000) {
+            const int step = time == 0 ? 4000 : 50;
+            frame(step);
+            time += step;
             if (d().partIndex != part || d().partTime.elapsed() == 0) {
                 return time;
             }

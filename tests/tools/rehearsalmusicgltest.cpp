@@ -43,7 +43,7 @@ void RehearsalMusicGlTest::isWhereThePartIs()
                d.partTime.elapsed();
     };
     const auto isThere = [&] { return lead() > -LATE_MS && lead() < EARLY_MS; };
-    QTRY_VERIFY2(isThere(), qPrintable(QString::number(lead())));
+    QTRY_VERIFY2_WITH_TIMEOUT(isThere(), qPrintable(QString::number(lead())), 1000);
     // So it is when the part begins again, though the music has gone on till then.
     QTRY_VERIFY_WITH_TIMEOUT(d.partTime.elapsed() > 4000, 10000);
     QVERIFY2(isThere(), qPrintable(QString::number(lead())));
