@@ -1,7 +1,8 @@
 #include "platform/deadline.h"
 
+#include "platform/alarm.h"
+
 #include <csignal>
-#include <sys/time.h>
 #include <unistd.h>
 
 namespace platform {
@@ -15,7 +16,7 @@ void endNow(int)
 {
     const char line[] = "pixmoth.platform: Something hangs on the way out: ended without it\n";
     if (::write(STDERR_FILENO, line, sizeof line - 1) < 0) {
-        // Nobody is there to be told.
+        // Standard error is closed, and there is nowhere else to say it.
     }
     ::_exit(code);
 }
@@ -25,20 +26,13 @@ void endNow(int)
 void endWithin(int limitMs, int exitCode)
 {
     code = exitCode;
-    struct sigaction action = {};
-    action.sa_handler = endNow;
-    sigfillset(&action.sa_mask);
-    ::sigaction(SIGALRM, &action, nullptr);
+    answerAlarm(endNow);
     // Whoever started us may have blocked it.
     sigset_t alarm;
     sigemptyset(&alarm);
     sigaddset(&alarm, SIGALRM);
     ::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
-
-    itimerval timer = {};
-    timer.it_value.tv_sec = limitMs / 1000;
-    timer.it_value.tv_usec = limitMs % 1000 * 1000;
-    ::setitimer(ITIMER_REAL, &timer, nullptr);
+    setAlarm(limitMs);
 }
 
 } // namespace platform

@@ -1,5 +1,7 @@
 #include "platform/soundguard.h"
 
+#include "platform/alarm.h"
+
 #include <QTimer>
 
 #include <bitset>
@@ -9,7 +11,6 @@
 #include <ctime>
 #include <pthread.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -25,19 +26,15 @@ const int LOOK_AGAIN_MS = 300;
 const int SIGN_OF_LIFE_MS = 100;
 const int SIGNS_OF_LIFE = 20;
 
+/// A thread that has spent more since the last look is at work. The look itself takes some
+/// microseconds of it.
+const long long BUSY_NS = 200'000;
+
 const int NUM_FILES = 1024;
 std::bitset<NUM_FILES> foreign;
 pthread_t guiThread;
 timespec spentBefore;
 volatile std::sig_atomic_t told = 0;
-
-void setAlarm(int ms)
-{
-    itimerval timer = {};
-    timer.it_value.tv_sec = ms / 1000;
-    timer.it_value.tv_usec = ms % 1000 * 1000;
-    ::setitimer(ITIMER_REAL, &timer, nullptr);
-}
 
 /// True for the end of a connection to a server, which has an address; a pair of sockets has none.
 bool isConnection(int fd)
@@ -63,11 +60,10 @@ void lookAfterIt(int)
 {
     const int error = errno;
     const timespec spent = timeSpent();
-    // Being looked after takes a little of its time itself, some microseconds.
     const long long usedNs =
-        (spent.tv_sec - spentBefore.tv_sec) * 1000000000LL + spent.tv_nsec - spentBefore.tv_nsec;
+        (spent.tv_sec - spentBefore.tv_sec) * 1'000'000'000LL + spent.tv_nsec - spentBefore.tv_nsec;
     spentBefore = spent;
-    if (usedNs > 200000) {
+    if (usedNs > BUSY_NS) {
         setAlarm(LOOK_AGAIN_MS);
         errno = error;
         return;
@@ -83,7 +79,7 @@ void lookAfterIt(int)
         told = 1;
         const char line[] = "pixmoth.platform: No sound: the sound server has frozen\n";
         if (::write(STDERR_FILENO, line, sizeof line - 1) < 0) {
-            // Nobody is there to be told.
+            // Standard error is closed, and there is nowhere else to say it.
         }
     }
     setAlarm(LOOK_AGAIN_MS);
@@ -100,11 +96,7 @@ void guardBeginningOfMusic(QObject* owner)
     guiThread = ::pthread_self();
     spentBefore = {};
     told = 0;
-    struct sigaction action = {};
-    action.sa_handler = lookAfterIt;
-    action.sa_flags = SA_RESTART;
-    sigfillset(&action.sa_mask);
-    ::sigaction(SIGALRM, &action, nullptr);
+    answerAlarm(lookAfterIt);
     setAlarm(STILL_MS);
 
     auto* life = new QTimer(owner);
