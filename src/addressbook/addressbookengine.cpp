@@ -32,6 +32,19 @@ QString readServer(VCardReader& reader, const QDeadlineTimer& deadline)
                              : QString("no session bus to ask for address books");
 }
 
+/// In one line, whatever was missing; `troubles` may hold empty ones.
+void tell(QStringList troubles, bool nobodyIsThere)
+{
+    troubles.removeAll(QString());
+    const QString told = troubles.join("; ");
+    if (nobodyIsThere) {
+        qCWarning(lcPlatform, "No contacts: %s",
+                  told.isEmpty() ? "the address book is empty" : qUtf8Printable(told));
+    } else if (!told.isEmpty()) {
+        qCWarning(lcPlatform, "Not all contacts: %s", qUtf8Printable(told));
+    }
+}
+
 } // namespace
 
 QString AddressBookEngine::managerName() const
@@ -109,14 +122,7 @@ void AddressBookEngine::readOnce() const
             QString("the address book is large or slow: %1 names in %2 ms")
                 .arg(QString::number(reader.labels().size()), QString::number(BUDGET_MS)));
     }
-    troubles.removeAll(QString());
-    const QString told = troubles.join("; ");
-    if (reader.labels().isEmpty()) {
-        qCWarning(lcPlatform, "No contacts: %s",
-                  told.isEmpty() ? "the address book is empty" : qUtf8Printable(told));
-    } else if (!told.isEmpty()) {
-        qCWarning(lcPlatform, "Not all contacts: %s", qUtf8Printable(told));
-    }
+    tell(troubles, reader.labels().isEmpty());
     for (const QString& text : reader.labels()) {
         QContact contact;
         contact.setId(contactId(QByteArray::number(book.size())));

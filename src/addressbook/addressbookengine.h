@@ -9,12 +9,12 @@ namespace addressbook {
 /// The owner's address book behind QtContacts: that of Evolution Data Server, or else the vCard
 /// folders. Contacts have an id and a display label, nothing more, and cannot be changed.
 ///
-/// The book is read when it is first asked for, once, within 900 ms: what cannot be had until then
+/// The book is read when it is first asked for, once, within 900 ms: what cannot be had by then
 /// is left out, and the log says why: one line, whatever was missing. From then on everything is
 /// answered from memory.
 ///
-/// A card without any name is no contact here. A store of its own would list it with an empty
-/// label; this one is made of names, and somebody without one is nobody to be asked about.
+/// A card without any name is no contact here, though another store would list it with an empty
+/// label: the show asks about people by name.
 class AddressBookEngine : public QtContacts::QContactManagerEngine
 {
     Q_OBJECT

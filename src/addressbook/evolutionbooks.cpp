@@ -222,10 +222,7 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
 
     if (book.call.isError()) {
         finish(book.call.error());
-        return;
-    }
-    switch (book.stage) {
-    case Book::AtFactory: {
+    } else if (book.stage == Book::AtFactory) {
         const QDBusPendingReply<QString, QString> place = book.call;
         if (place.isError()) {
             finish(place.error());
@@ -234,12 +231,9 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
         book.path = place.argumentAt<0>();
         book.service = place.argumentAt<1>();
         ask("Open", {}, Book::Opening);
-        break;
-    }
-    case Book::Opening:
+    } else if (book.stage == Book::Opening) {
         ask("GetContactList", {EVERYBODY}, Book::Reading);
-        break;
-    case Book::Reading: {
+    } else {
         const QDBusPendingReply<QStringList> list = book.call;
         if (!list.isError()) {
             for (const QString& card : list.value()) {
@@ -247,10 +241,6 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
             }
         }
         finish(list.error()); // Which has no message where it is none.
-        break;
-    }
-    case Book::Done:
-        break;
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace addressbook {
 
@@ -16,7 +17,7 @@ const int UTF_8_MIB = 106;
 
 /// What a label is made of, the best first.
 const char* const NAMING[] = {"FN", "N", "NICKNAME", "ORG", "EMAIL"};
-const int NUM_NAMING = 5;
+const int NUM_NAMING = static_cast<int>(std::size(NAMING));
 
 /// Walks over the lines of a text, folded ones made whole and long ones cut. It works on bytes: a
 /// fold may lie within a character.
@@ -114,7 +115,7 @@ struct Card
         isGroup = isGroup || (line.name == "KIND" && line.tells("GROUP")) ||
                   (line.name == "X-ADDRESSBOOKSERVER-KIND" && line.tells("GROUP")) ||
                   (line.name == "X-EVOLUTION-LIST" && line.tells("TRUE"));
-        const auto kind = std::find(NAMING, NAMING + NUM_NAMING, line.name);
+        const auto kind = std::find(std::begin(NAMING), std::end(NAMING), line.name);
         const QString better = kind - NAMING < rank ? labelOf(line) : QString();
         if (!better.isEmpty()) {
             label = better;

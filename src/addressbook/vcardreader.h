@@ -10,7 +10,7 @@ namespace addressbook {
 /// its given, middle and family name, else its nickname, organisation or e-mail address.
 ///
 /// Of a card nothing else is read. Cards of groups give no label, and neither does garbage. Nor do
-/// cards that have none of these, or nothing visible in them: the show would ask who nobody is.
+/// cards that have none of these, or nothing visible in them.
 /// Labels are as visibleName() makes them.
 class VCardReader
 {

@@ -8,6 +8,8 @@ namespace {
 
 /// Long enough for any name, and short enough to be spoken and written on the screen.
 const int LONGEST = 100;
+/// So much of a text is looked at: a name may stand behind much that is invisible.
+const int MOST_READ = 8 * LONGEST;
 
 bool isWithin(uint sign, uint first, uint last)
 {
@@ -45,7 +47,7 @@ QString visibleName(const QString& text)
 {
     QString name;
     bool followsASign = false;
-    for (const uint sign : text.left(8 * LONGEST).toUcs4()) {
+    for (const uint sign : text.left(MOST_READ).toUcs4()) {
         const bool isBlank = QChar::isSpace(sign) || QChar::category(sign) == QChar::Other_Control;
         if (isBlank) {
             name += ' ';

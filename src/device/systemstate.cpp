@@ -28,8 +28,8 @@ SystemState::SystemState(QObject* parent) : QObject(parent), d(new SystemStatePr
 {
     d->deviceInfo = std::make_unique<QSystemDeviceInfo>(nullptr);
     d->batteryLevel = d->deviceInfo->batteryLevel();
-    connect(d->deviceInfo.get(), SIGNAL(batteryLevelChanged(int)), this,
-            SLOT(batteryLevelChanged(int)));
+    connect(d->deviceInfo.get(), &QSystemDeviceInfo::batteryLevelChanged, this,
+            &SystemState::batteryLevelChanged);
 
     logLine(d->deviceInfo->manufacturer());
     logLine(d->deviceInfo->model());
@@ -43,7 +43,7 @@ SystemState::SystemState(QObject* parent) : QObject(parent), d(new SystemStatePr
 
 SystemState::~SystemState()
 {
-    // First the notifications end, then what they would write to goes.
+    // Its notifications write to the rest, so it goes first.
     d->deviceInfo.reset();
 }
 

@@ -12,7 +12,7 @@ namespace platform {
 
 ChildProcess::ChildProcess(QObject* parent) : QProcess(parent), starter(::getpid())
 {
-    // Our own address book is named there for ourselves; to another program the name means nothing.
+    // It names our own address book, which no other program knows.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     if (environment.value(DEFAULT_ADDRESS_BOOK_VARIABLE) == OWN_ADDRESS_BOOK) {
         environment.remove(DEFAULT_ADDRESS_BOOK_VARIABLE);
@@ -20,14 +20,14 @@ ChildProcess::ChildProcess(QObject* parent) : QProcess(parent), starter(::getpid
     setProcessEnvironment(environment);
     setStandardInputFile(nullDevice());
     setStandardErrorFile(nullDevice());
-    // Not to the null device as well: who may read nothing of a process cannot open it for reading.
+    // Not to the null device as well: QProcess could then not be opened for reading.
     connect(this, &QProcess::readyReadStandardOutput, this, &QProcess::readAllStandardOutput);
 }
 
 ChildProcess::~ChildProcess()
 {
     if (state() != NotRunning) {
-        // An end of our own making is nobody's news.
+        // An end of our own making is not reported as a crash.
         blockSignals(true);
         kill();
         waitForFinished();
@@ -37,7 +37,7 @@ ChildProcess::~ChildProcess()
 void ChildProcess::setupChildProcess()
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    // Who died before that is told to nobody.
+    // The kernel tells of no death before that.
     if (::getppid() != starter) {
         ::_exit(1);
     }

@@ -10,7 +10,7 @@ namespace platform {
 /// went away, we run no destructor, and the kernel ends the child instead.
 ///
 /// It has nothing to read, and what it prints goes nowhere: not to the terminal, and not into our
-/// memory, where it would be kept to be read by nobody.
+/// memory, where it would pile up.
 class ChildProcess : public QProcess
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ protected:
     void setupChildProcess() override;
 
 private:
-    const pid_t starter; ///< Whose death is to be the child's.
+    const pid_t starter; ///< Its death is the child's, too.
 };
 
 } // namespace platform

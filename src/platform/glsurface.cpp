@@ -1,8 +1,12 @@
 #include "platform/glsurface.h"
 
+#include <QGLContext>
 #include <QGLFramebufferObject>
 #include <QGLShaderProgram>
 #include <QGLWidget>
+#include <QSize>
+#include <QString>
+#include <QWidget>
 
 #include <GLES2/gl2.h>
 

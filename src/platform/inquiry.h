@@ -17,7 +17,7 @@ namespace platform {
 class Inquiry
 {
 public:
-    /// Begins to ask. `question` runs in the child; what it changes there, nobody sees.
+    /// Begins to ask. `question` runs in the child; what it changes there stays there.
     explicit Inquiry(const std::function<void()>& question);
     Inquiry(const Inquiry&) = delete;
     Inquiry& operator=(const Inquiry&) = delete;

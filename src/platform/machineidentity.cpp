@@ -48,7 +48,7 @@ QString systemName(const QString& root)
         while (!file.atEnd()) {
             QString line = QString::fromUtf8(file.readLine(LONGEST_LINE)).trimmed();
             if (line.startsWith("PRETTY_NAME=")) {
-                return line.mid(12).remove('"').remove('\'');
+                return line.section('=', 1).remove('"').remove('\'');
             }
         }
     }

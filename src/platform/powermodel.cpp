@@ -32,7 +32,8 @@ void PowerModel::update(const QVariantMap& changed)
         lastLevel = 100;
     }
     // Zero per cent in an unknown state is what UPower says before it has looked.
-    const bool looked = state.value_or(StateUnknown) != StateUnknown || percentage.value_or(0.0) > 0.0;
+    const bool looked =
+        state.value_or(StateUnknown) != StateUnknown || percentage.value_or(0.0) > 0.0;
     if (present == true && looked && percentage && std::isfinite(*percentage)) {
         lastLevel = static_cast<int>(std::lround(qBound(0.0, *percentage, 100.0)));
     }

@@ -9,8 +9,8 @@ namespace platform {
 /// What UPower's properties mean: a battery level and a power state. It only reckons; the
 /// properties come from UPowerClient.
 ///
-/// What is told in part tells nothing: until it is clear whether there is a battery, and what it
-/// does, level and power stay what they were.
+/// News may come in parts. Until it is clear whether there is a battery, and what it does, level
+/// and power stay what they were.
 class PowerModel
 {
 public:
@@ -21,7 +21,7 @@ public:
     /// batteries (IsPresent, State, Percentage); `changed` may hold a part of it only, and more
     /// than that. Values of a wrong type count as not told.
     void update(const QVariantMap& changed);
-    /// Nobody tells anything any more: nothing is known but the level.
+    /// UPower is gone: nothing is known any more but the level.
     void forget();
 
     /// Percent, 0..100. 100 before anything is known and on a machine without a battery; the last

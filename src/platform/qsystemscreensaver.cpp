@@ -37,10 +37,7 @@ QString reason()
 
 } // namespace
 
-QSystemScreenSaver::QSystemScreenSaver(QObject* parent)
-    : QObject(parent), bus(QDBusConnection(QString())), asked(false)
-{
-}
+QSystemScreenSaver::QSystemScreenSaver(QObject* parent) : QObject(parent), bus(QString()) {}
 
 QSystemScreenSaver::~QSystemScreenSaver()
 {

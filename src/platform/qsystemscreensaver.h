@@ -27,16 +27,14 @@ public:
     /// True once a service has granted the inhibition.
     bool screenSaverInhibited() const;
 
-private slots:
-    void serviceAnswered(QDBusPendingCallWatcher* watcher);
-    void portalAnswered(QDBusPendingCallWatcher* watcher);
-
 private:
     void askService();
+    void serviceAnswered(QDBusPendingCallWatcher* watcher);
     void askPortal();
+    void portalAnswered(QDBusPendingCallWatcher* watcher);
 
     QDBusConnection bus;
-    bool asked;
+    bool asked = false;
     QDBusMessage lift; ///< The call that ends the inhibition; invalid while there is none.
     QString refusal;   ///< Why the service did not grant it.
 };

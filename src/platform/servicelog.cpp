@@ -4,8 +4,11 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMediaContent>
 #include <QMediaPlayer>
+#include <QNetworkRequest>
 #include <QProcess>
+#include <QUrl>
 
 #include <memory>
 
@@ -77,7 +80,7 @@ void reportNoContacts(const QString& backEnd, int error)
 void reportMissingSound()
 {
     const bool card = !QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System | QDir::Files).isEmpty();
-    // Not by the toolkit, which makes a folder in the temporary one where none is told of.
+    // QStandardPaths would make a folder where the variable is not set.
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     const bool server = !qEnvironmentVariableIsEmpty("PULSE_SERVER") ||
                         QFileInfo::exists(runtime + "/pulse/native") ||

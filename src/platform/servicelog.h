@@ -6,7 +6,7 @@ class QMediaPlayer;
 class QProcess;
 class QString;
 
-/// The category of all that src/platform has to tell, "pixmoth.platform".
+/// The category of all that src/platform and src/addressbook have to tell, "pixmoth.platform".
 Q_DECLARE_LOGGING_CATEGORY(lcPlatform)
 
 /// The show goes on without any of its services. What is missing is told here, one line each, in
@@ -16,7 +16,7 @@ namespace platform {
 /// Tells why there can be no show at all.
 void reportNoPicture(const QString& reason);
 
-/// Tells, once, when the player cannot play what it was given. The player outlives nothing here.
+/// Tells, once for the life of `player`, that it cannot play what it was given.
 void reportPlaybackErrors(QMediaPlayer* player);
 
 /// Whether the player may be given the file. It would wait for ever to open a pipe that nobody
