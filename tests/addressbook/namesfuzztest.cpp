@@ -3,6 +3,7 @@
 #include "device/friends.h"
 #include "device/speech.h"
 #include "support/logcapture.h"
+#include "support/script.h"
 
 #include <QApplication>
 #include <QDir>
@@ -15,114 +16,115 @@
 #include <QWidget>
 
 #include <random>
+#include <string_view>
 
 namespace {
 
-/// Pieces that names are made of, and that have done harm somewhere.
-const QByteArray PIECES[] = {"Anna",
-                             "Smith",
-                             " ",
-                             "  ",
-                             "\t",
-                             "%s",
-                             "%n",
-                             "%1",
-                             "%2",
-                             "%99",
-                             "%",
-                             "%%",
-                             "%L1",
-                             "\"",
-                             "'",
-                             "`id`",
-                             "$(id)",
-                             ";",
-                             "\\;",
-                             ",",
-                             "\\,",
-                             "\\n",
-                             "\\N",
-                             "\\",
-                             "\\\\",
-                             "|",
-                             "&",
-                             "<",
-                             ">",
-                             "<speak>",
-                             "&amp;",
-                             "[[h@'loU]]",
-                             "-",
-                             "--help",
-                             "-f/etc/passwd",
-                             ":",
-                             "=",
-                             "=3D",
-                             "=0A",
-                             "=00",
-                             "=\r\n",
-                             "\r\n ",
-                             "\r\n\t",
-                             "\n",
-                             "\r",
-                             QByteArray(1, '\0'),
-                             "\x01",
-                             "\x1b[2J",
-                             "\x7f",
-                             "\xc2\x85",
-                             "\xc2\xa0",
-                             "\xc3",
-                             "\xff\xfe",
-                             "\xef\xbb\xbf",
-                             "\xef\xbf\xbf",
-                             "\xed\xa0\x80",
-                             "\xf4\x90\x80\x80",
-                             "\xe2\x80\xae",
-                             "\xe2\x80\x8b",
-                             "\xe2\x80\xa8",
-                             "\xe2\x81\xa6",
-                             "\xe3\x85\xa4",
-                             "\xef\xb8\x8f",
-                             "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
-                             "\xd8\xb3\xd9\x84\xd8\xa7\xd9\x85",
-                             "\xe5\xbc\xa0\xe4\xbc\x9f",
-                             "\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb",
-                             "\xcc\x81\xcc\x82\xcc\x83\xcc\x84",
-                             "\xef\xb7\xba",
-                             "END:VCARD",
-                             "BEGIN:VCARD",
-                             "FN:",
-                             "N:;;",
-                             "AGENT:\r\n",
-                             "QUOTED-PRINTABLE",
-                             "http://example.org/?a=b&c=d",
-                             "anna@example.org"};
+/// Pieces that names are made of, and that are known to have done harm.
+constexpr std::string_view PIECES[] = {"Anna",
+                                       "Smith",
+                                       " ",
+                                       "  ",
+                                       "\t",
+                                       "%s",
+                                       "%n",
+                                       "%1",
+                                       "%2",
+                                       "%99",
+                                       "%",
+                                       "%%",
+                                       "%L1",
+                                       "\"",
+                                       "'",
+                                       "`id`",
+                                       "$(id)",
+                                       ";",
+                                       "\\;",
+                                       ",",
+                                       "\\,",
+                                       "\\n",
+                                       "\\N",
+                                       "\\",
+                                       "\\\\",
+                                       "|",
+                                       "&",
+                                       "<",
+                                       ">",
+                                       "<speak>",
+                                       "&amp;",
+                                       "[[h@'loU]]",
+                                       "-",
+                                       "--help",
+                                       "-f/etc/passwd",
+                                       ":",
+                                       "=",
+                                       "=3D",
+                                       "=0A",
+                                       "=00",
+                                       "=\r\n",
+                                       "\r\n ",
+                                       "\r\n\t",
+                                       "\n",
+                                       "\r",
+                                       std::string_view("\0", 1),
+                                       "\x01",
+                                       "\x1b[2J",
+                                       "\x7f",
+                                       "\xc2\x85",
+                                       "\xc2\xa0",
+                                       "\xc3",
+                                       "\xff\xfe",
+                                       "\xef\xbb\xbf",
+                                       "\xef\xbf\xbf",
+                                       "\xed\xa0\x80",
+                                       "\xf4\x90\x80\x80",
+                                       "\xe2\x80\xae",
+                                       "\xe2\x80\x8b",
+                                       "\xe2\x80\xa8",
+                                       "\xe2\x81\xa6",
+                                       "\xe3\x85\xa4",
+                                       "\xef\xb8\x8f",
+                                       "\xd7\xa9\xd7\x9c\xd7\x95\xd7\x9d",
+                                       "\xd8\xb3\xd9\x84\xd8\xa7\xd9\x85",
+                                       "\xe5\xbc\xa0\xe4\xbc\x9f",
+                                       "\xf0\x9f\x91\xa9\xe2\x80\x8d\xf0\x9f\x92\xbb",
+                                       "\xcc\x81\xcc\x82\xcc\x83\xcc\x84",
+                                       "\xef\xb7\xba",
+                                       "END:VCARD",
+                                       "BEGIN:VCARD",
+                                       "FN:",
+                                       "N:;;",
+                                       "AGENT:\r\n",
+                                       "QUOTED-PRINTABLE",
+                                       "http://example.org/?a=b&c=d",
+                                       "anna@example.org"};
 
-const QByteArray HEADS[] = {"FN",
-                            "N",
-                            "NICKNAME",
-                            "ORG",
-                            "EMAIL",
-                            "item1.FN",
-                            "fn",
-                            "FN;ENCODING=QUOTED-PRINTABLE",
-                            "N;QUOTED-PRINTABLE;CHARSET=UTF-8",
-                            "FN;CHARSET=UTF-16",
-                            "FN;CHARSET=",
-                            "FN;CHARSET=no-such-charset",
-                            "FN;ENCODING=BASE64",
-                            "FN;ENCODING=b",
-                            "FN;X=\"a:b",
-                            "N;SORT-AS=\"a,b;c\"",
-                            "KIND",
-                            "AGENT",
-                            "PHOTO;ENCODING=b",
-                            "NOTE",
-                            "X-EVOLUTION-LIST",
-                            "VERSION",
-                            ".",
-                            "",
-                            ";",
-                            "a.b.c.FN"};
+constexpr std::string_view HEADS[] = {"FN",
+                                      "N",
+                                      "NICKNAME",
+                                      "ORG",
+                                      "EMAIL",
+                                      "item1.FN",
+                                      "fn",
+                                      "FN;ENCODING=QUOTED-PRINTABLE",
+                                      "N;QUOTED-PRINTABLE;CHARSET=UTF-8",
+                                      "FN;CHARSET=UTF-16",
+                                      "FN;CHARSET=",
+                                      "FN;CHARSET=no-such-charset",
+                                      "FN;ENCODING=BASE64",
+                                      "FN;ENCODING=b",
+                                      "FN;X=\"a:b",
+                                      "N;SORT-AS=\"a,b;c\"",
+                                      "KIND",
+                                      "AGENT",
+                                      "PHOTO;ENCODING=b",
+                                      "NOTE",
+                                      "X-EVOLUTION-LIST",
+                                      "VERSION",
+                                      ".",
+                                      "",
+                                      ";",
+                                      "a.b.c.FN"};
 
 /// Cards as nobody should write them, the same ones for the same seed.
 class CardMaker
@@ -148,9 +150,10 @@ private:
     }
 
     template <int size>
-    const QByteArray& oneOf(const QByteArray (&choices)[size])
+    QByteArray oneOf(const std::string_view (&choices)[size])
     {
-        return choices[below(size)];
+        const std::string_view choice = choices[below(size)];
+        return QByteArray(choice.data(), static_cast<int>(choice.size()));
     }
 
     QByteArray value()
@@ -165,9 +168,9 @@ private:
 
     QByteArray card()
     {
-        const char* const versions[] = {"2.1", "3.0", "4.0", "9", ""};
+        const std::string_view versions[] = {"2.1", "3.0", "4.0", "9", ""};
         QByteArray card = below(40) == 0 ? "" : "BEGIN:VCARD\r\n";
-        card += QByteArray("VERSION:") + versions[below(5)] + "\r\n";
+        card += "VERSION:" + oneOf(versions) + "\r\n";
         const int lines = 1 + below(5);
         for (int i = 0; i < lines; ++i) {
             card += oneOf(HEADS) + (below(30) == 0 ? "" : ":") + value() + "\r\n";
@@ -230,21 +233,18 @@ private slots:
 private:
     void play(unsigned int seed);
 
-    QTemporaryDir m_folder;
-    int m_names = 0;
-    int m_spoken = 0;
+    QTemporaryDir folder;
+    int names = 0;
+    int spoken = 0;
 };
 
 void NamesFuzzTest::initTestCase()
 {
-    QVERIFY(QDir(m_folder.path()).mkpath("data/contacts"));
-    qputenv("XDG_DATA_HOME", QFile::encodeName(m_folder.filePath("data")));
-    QFile script(m_folder.filePath("espeak"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\nprintf %s \"$5\" > \"${0%/*}/heard\"\n");
-    script.close();
-    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    qputenv("PATH", QFile::encodeName(m_folder.path()) + ':' + qgetenv("PATH"));
+    QVERIFY(QDir(folder.path()).mkpath("data/contacts"));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(folder.filePath("data")));
+    QVERIFY(writeScript(folder.filePath("espeak"),
+                        "#!/bin/sh\nprintf %s \"$5\" > \"${0%/*}/heard\"\n"));
+    qputenv("PATH", QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
 }
 
 void NamesFuzzTest::hostileNames()
@@ -266,16 +266,16 @@ void NamesFuzzTest::hostileNames()
         }
     }
     printf("           %i address books, %i names of theirs, %i lines spoken\n", seed - first,
-           m_names, m_spoken);
-    QVERIFY(m_names > seed - first);
-    QVERIFY(m_spoken >= seed - first);
+           names, spoken);
+    QVERIFY(names > seed - first);
+    QVERIFY(spoken >= seed - first);
 }
 
 void NamesFuzzTest::play(unsigned int seed)
 {
     CardMaker maker(seed);
     for (const char* name : {"a.vcf", "b.vcf"}) {
-        QFile file(m_folder.filePath(QString("data/contacts/") + name));
+        QFile file(folder.filePath(QString("data/contacts/") + name));
         QVERIFY(file.open(QIODevice::WriteOnly));
         file.write(maker.text());
     }
@@ -290,7 +290,7 @@ void NamesFuzzTest::play(unsigned int seed)
     friends->query();
     // The seven of the show stand in for an empty book.
     const bool fromBook = log.platformLines().filter("No contacts").isEmpty();
-    m_names += fromBook ? 3 : 0;
+    names += fromBook ? 3 : 0;
     for (int i = 0; i < 40; ++i) {
         QVERIFY2(isHarmless(friends->name(i)), qPrintable(friends->name(i)));
     }
@@ -321,10 +321,10 @@ void NamesFuzzTest::play(unsigned int seed)
              QStringList({"-ven-us+f3 -g0  -s150  \"" + text + "\"",
                           QString("Approx time: %1").arg(80 * text.size())}));
     QCOMPARE(log.platformLines(), QStringList());
-    QFile heard(m_folder.filePath("heard"));
+    QFile heard(folder.filePath("heard"));
     QVERIFY(heard.open(QIODevice::ReadOnly));
     QCOMPARE(QString::fromUtf8(heard.readAll()), '"' + text + '"');
-    m_spoken += 1;
+    spoken += 1;
 }
 
 QTEST_MAIN(NamesFuzzTest)

@@ -15,7 +15,7 @@
 
 namespace {
 
-const QByteArray CARD = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Anna Smith\r\nEND:VCARD\r\n";
+const char CARD[] = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Anna Smith\r\nEND:VCARD\r\n";
 
 void write(const QString& path, const QByteArray& content)
 {

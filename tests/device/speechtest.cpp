@@ -1,6 +1,8 @@
 #include "device/speech_p.h"
 
 #include "support/logcapture.h"
+#include "support/scopedvariable.h"
+#include "support/script.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -57,10 +59,8 @@ class SpeechTest : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
-    void cleanupTestCase();
 
     void freshSpeechIsSilent();
     void synthesiserGetsItsArguments_data();
@@ -88,29 +88,32 @@ private slots:
     void runReadsThePipeToItsEnd();
 
 private:
-    void install(const char* script);
+    void install(const QByteArray& script);
+    /// Has the show look for its synthesiser in the test's folder, and in the system's where told.
+    void find(bool inSystemToo);
     QString path(const QString& file) const;
     QByteArray content(const QString& file) const;
     bool isTalking() const;
     void hush();
     QVector<QStringList> calls() const;
 
-    std::unique_ptr<QTemporaryDir> m_folder;
-    QByteArray m_searchPath;
+    std::unique_ptr<QTemporaryDir> folder;
+    std::unique_ptr<ScopedVariable> searchPath;
 };
 
-void SpeechTest::install(const char* script)
+void SpeechTest::find(bool inSystemToo)
 {
-    QFile file(path("espeak"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(script);
-    file.close();
-    QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    searchPath->set(QFile::encodeName(folder->path()) + (inSystemToo ? ":/usr/bin:/bin" : ""));
+}
+
+void SpeechTest::install(const QByteArray& script)
+{
+    QVERIFY(writeScript(path("espeak"), script));
 }
 
 QString SpeechTest::path(const QString& file) const
 {
-    return m_folder->filePath(file);
+    return folder->filePath(file);
 }
 
 QByteArray SpeechTest::content(const QString& file) const
@@ -146,27 +149,19 @@ QVector<QStringList> SpeechTest::calls() const
     return all;
 }
 
-void SpeechTest::initTestCase()
-{
-    m_searchPath = qgetenv("PATH");
-}
-
 void SpeechTest::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid());
-    qputenv("PATH", QFile::encodeName(m_folder->path()) + ":/usr/bin:/bin");
+    folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(folder->isValid());
+    searchPath = std::make_unique<ScopedVariable>("PATH", QByteArray());
+    find(true);
     install(TALKING);
 }
 
 void SpeechTest::cleanup()
 {
-    m_folder.reset();
-}
-
-void SpeechTest::cleanupTestCase()
-{
-    qputenv("PATH", m_searchPath);
+    searchPath.reset();
+    folder.reset();
 }
 
 void SpeechTest::freshSpeechIsSilent()
@@ -401,7 +396,7 @@ void SpeechTest::synthesiserMayFail()
 {
     QFETCH(QByteArray, script);
     QFETCH(QString, line);
-    install(script.constData());
+    install(script);
     LogCapture log;
     Speech speech;
     for (int i = 0; i < 3; ++i) {
@@ -431,10 +426,10 @@ void SpeechTest::missingSynthesiserIsToldOnce()
 {
     QFETCH(QByteArray, script);
     QFETCH(bool, executable);
-    qputenv("PATH", QFile::encodeName(m_folder->path()));
+    find(false);
     QVERIFY(QFile::remove(path("espeak")));
     if (!script.isEmpty()) {
-        install(script.constData());
+        install(script);
         if (!executable) {
             QFile::setPermissions(path("espeak"), QFile::ReadOwner | QFile::WriteOwner);
         }
@@ -456,13 +451,13 @@ void SpeechTest::missingSynthesiserIsToldOnce()
 void SpeechTest::missingSynthesiserMayAppear()
 {
     QVERIFY(QFile::rename(path("espeak"), path("elsewhere")));
-    qputenv("PATH", QFile::encodeName(m_folder->path()));
+    find(false);
     LogCapture log;
     Speech speech;
     speech.speak("one");
     QTRY_VERIFY(speech.isReady());
     QVERIFY(QFile::rename(path("elsewhere"), path("espeak")));
-    qputenv("PATH", QFile::encodeName(m_folder->path()) + ":/usr/bin:/bin");
+    find(true);
     hush();
     speech.speak("two");
     QTRY_VERIFY(speech.isReady());
@@ -472,7 +467,7 @@ void SpeechTest::missingSynthesiserMayAppear()
 
 void SpeechTest::noiseStaysAway()
 {
-    // A synthesiser without a sound device complains at length; the terminal is not its place.
+    // A synthesiser without a sound device complains at length, and not to our terminal.
     install("#!/bin/sh\necho noise on the output\necho noise of errors >&2\n");
     LogCapture log;
     QTemporaryFile errors;
@@ -518,9 +513,9 @@ void SpeechTest::muchNoiseDoesNotBlock()
 
 void SpeechTest::endOfSpeechEndsTheSynthesiser()
 {
-    // Deaf to a polite request, as one is that hangs on its sound server.
+    // It ignores a request to end, as one does that hangs on its sound server.
     const QByteArray deaf = QByteArray(TALKING).replace("cd ", "trap '' TERM HUP INT\ncd ");
-    install(deaf.constData());
+    install(deaf);
     LogCapture log;
     auto speech = std::make_unique<Speech>();
     speech->speak("I love you");
@@ -531,7 +526,7 @@ void SpeechTest::endOfSpeechEndsTheSynthesiser()
     timer.start();
     speech.reset();
     QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
-    // Gone, and not left to us to bury.
+    // Its end has been waited for: no process is left.
     QCOMPARE(kill(pid, 0), -1);
     QCOMPARE(errno, ESRCH);
     QCOMPARE(log.platformLines(), QStringList());
@@ -570,8 +565,8 @@ void SpeechTest::threadIsNeverStarted()
 
 void SpeechTest::runReadsThePipeToItsEnd()
 {
-    // Whoever hears no more than the first words closes the pipe on the last ones.
-    const QByteArray command = "cd '" + QFile::encodeName(m_folder->path()) +
+    // The command only comes to its end where all that it prints is read.
+    const QByteArray command = "cd '" + QFile::encodeName(folder->path()) +
                                "' && echo $$ > pid && printf first && sleep 0.2 && "
                                "printf last && echo end && touch finished";
     SpeechTread thread;
@@ -582,7 +577,7 @@ void SpeechTest::runReadsThePipeToItsEnd()
     QVERIFY(QFile::exists(path("finished")));
     QVERIFY(thread.stopwatch.isValid());
     QVERIFY(thread.stopwatch.elapsed() >= 100);
-    // Closing such a pipe takes leave of its process.
+    // Closing such a pipe waits for its process.
     const pid_t pid = content("pid").trimmed().toInt();
     QVERIFY(pid > 0);
     QCOMPARE(waitpid(pid, nullptr, WNOHANG), -1);

@@ -1,5 +1,8 @@
 #include "device/speech_p.h"
 
+#include "support/scopedvariable.h"
+#include "support/script.h"
+
 #include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -31,17 +34,14 @@ QByteArray SynthesiserNoiseTest::kept(Speech& speech)
 void SynthesiserNoiseTest::nothingIsKept()
 {
     QTemporaryDir folder;
-    QFile script(folder.filePath("espeak"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\nhead -c 300000000 /dev/zero >&2\nhead -c 30000000 /dev/zero\n");
-    script.close();
-    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    const QByteArray searchPath = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(folder.path()) + ':' + searchPath);
+    QVERIFY(
+        writeScript(folder.filePath("espeak"),
+                    "#!/bin/sh\nhead -c 300000000 /dev/zero >&2\nhead -c 30000000 /dev/zero\n"));
+    const ScopedVariable searchPath("PATH",
+                                    QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
     Speech speech;
     speech.speak("I love you");
-    qputenv("PATH", searchPath);
-    // Neither is it held up: so much would take its time through a pipe that we empty.
+    // Nor does it take long, as so much would through a pipe that we empty.
     QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 10000);
     QCOMPARE(kept(speech).size(), 0);
     QCOMPARE(speech.d->thread.process.exitCode(), 0);
@@ -83,19 +83,12 @@ void SynthesiserNoiseTest::whatItInherits()
     QFETCH(QByteArray, value);
     QFETCH(bool, inherited);
     QTemporaryDir folder;
-    QFile script(folder.filePath("espeak"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write("#!/bin/sh\nenv > \"${0%/*}/heard\"\n");
-    script.close();
-    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    const QByteArray searchPath = qgetenv("PATH");
-    const QByteArray before = qgetenv(variable.constData());
-    qputenv("PATH", QFile::encodeName(folder.path()) + ':' + searchPath);
-    qputenv(variable.constData(), value);
+    QVERIFY(writeScript(folder.filePath("espeak"), "#!/bin/sh\nenv > \"${0%/*}/heard\"\n"));
+    const ScopedVariable searchPath("PATH",
+                                    QFile::encodeName(folder.path()) + ':' + qgetenv("PATH"));
+    const ScopedVariable inherits(variable.constData(), value);
     Speech speech;
     speech.speak("I love you");
-    qputenv("PATH", searchPath);
-    qputenv(variable.constData(), before);
     QTRY_VERIFY_WITH_TIMEOUT(speech.isReady(), 20000);
     QFile heard(folder.filePath("heard"));
     QVERIFY(heard.open(QIODevice::ReadOnly));

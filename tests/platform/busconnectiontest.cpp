@@ -22,17 +22,17 @@ private slots:
 private:
     QString connected();
 
-    std::unique_ptr<Probe> m_probe;
+    std::unique_ptr<Probe> probe;
 };
 
 /// "1", "0", or nothing where the probe came to no end.
 QString BusConnectionTest::connected()
 {
-    if (!m_probe->start("buses")) {
+    if (!probe->start("buses")) {
         return QString();
     }
-    const QString answer = m_probe->answer("session");
-    return m_probe->waitForEnd() ? answer : QString();
+    const QString answer = probe->answer("session");
+    return probe->waitForEnd() ? answer : QString();
 }
 
 void BusConnectionTest::address_data()
@@ -60,8 +60,8 @@ void BusConnectionTest::address()
     QFETCH(QString, answer);
     PrivateBus bus;
     QVERIFY(bus.start());
-    m_probe = std::make_unique<Probe>();
-    m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", address.replace("%1", bus.address()));
+    probe = std::make_unique<Probe>();
+    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", address.replace("%1", bus.address()));
     QCOMPARE(connected(), answer);
 }
 
@@ -71,10 +71,10 @@ void BusConnectionTest::usualPlace()
     QVERIFY(bus.start());
     QTemporaryDir runtime;
     const auto prepare = [&] {
-        m_probe = std::make_unique<Probe>();
-        m_probe->environment.remove("DBUS_SESSION_BUS_ADDRESS");
-        m_probe->environment.insert("XDG_RUNTIME_DIR", runtime.path());
-        m_probe->environment.remove("DISPLAY"); // Where a bus may be named as well.
+        probe = std::make_unique<Probe>();
+        probe->environment.remove("DBUS_SESSION_BUS_ADDRESS");
+        probe->environment.insert("XDG_RUNTIME_DIR", runtime.path());
+        probe->environment.remove("DISPLAY"); // Where a bus may be named as well.
     };
     prepare();
     QCOMPARE(connected(), QString("0"));
@@ -88,8 +88,8 @@ void BusConnectionTest::usualPlace()
 void BusConnectionTest::addressThatCannotBeTried()
 {
     // Left to the bus library, which finds nobody at that port.
-    m_probe = std::make_unique<Probe>();
-    m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "tcp:host=localhost,port=1");
+    probe = std::make_unique<Probe>();
+    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "tcp:host=localhost,port=1");
     QCOMPARE(connected(), QString("0"));
 }
 

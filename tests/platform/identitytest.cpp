@@ -20,11 +20,12 @@
 
 namespace {
 
-const QString MODEM_MANAGER("org.freedesktop.ModemManager1");
-const QString OFONO("org.ofono");
-const QString MODEM("org.freedesktop.ModemManager1.Modem");
-const QString IMEI("356938035643809");
-const QString IMSI("244121234567890");
+const char MODEM_MANAGER[] = "org.freedesktop.ModemManager1";
+const char OFONO[] = "org.ofono";
+const char MODEM[] = "org.freedesktop.ModemManager1.Modem";
+const char MODEM_3GPP[] = "org.freedesktop.ModemManager1.Modem.Modem3gpp";
+const char IMEI[] = "356938035643809";
+const char IMSI[] = "244121234567890";
 
 /// The modem's service may take 150 ms of the start, after UPower and a look for the bus; the rest
 /// is for sanitizers.
@@ -102,9 +103,9 @@ private:
     FakeService::Answer modemManagerWith(const platform::ManagedObjects& objects);
     FakeService::Answer ofonoWith(const QList<OfonoModem>& modems);
 
-    std::unique_ptr<QTemporaryDir> m_root;
-    std::unique_ptr<PrivateBus> m_bus;
-    std::unique_ptr<Probe> m_probe;
+    std::unique_ptr<QTemporaryDir> root;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<Probe> probe;
 };
 
 void IdentityTest::initTestCase()
@@ -117,22 +118,22 @@ void IdentityTest::initTestCase()
 
 void IdentityTest::init()
 {
-    m_root = std::make_unique<QTemporaryDir>();
-    m_bus = std::make_unique<PrivateBus>();
-    QVERIFY(m_bus->start());
-    m_probe = std::make_unique<Probe>();
-    m_probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_bus->address());
+    root = std::make_unique<QTemporaryDir>();
+    bus = std::make_unique<PrivateBus>();
+    QVERIFY(bus->start());
+    probe = std::make_unique<Probe>();
+    probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", bus->address());
 }
 
 void IdentityTest::cleanup()
 {
-    m_probe.reset();
-    m_bus.reset();
+    probe.reset();
+    bus.reset();
 }
 
 void IdentityTest::write(const QString& file, const QByteArray& content)
 {
-    QFile written(m_root->path() + file);
+    QFile written(root->path() + file);
     QVERIFY(QDir().mkpath(QFileInfo(written).path()));
     QVERIFY(written.open(QIODevice::WriteOnly));
     written.write(content);
@@ -194,7 +195,7 @@ void IdentityTest::machine()
     for (int i = 0; i < files.size(); i += 2) {
         write(files.at(i), files.at(i + 1).toUtf8());
     }
-    const platform::MachineIdentity identity(m_root->path());
+    const platform::MachineIdentity identity(root->path());
     QCOMPARE(identity.manufacturer(), maker);
     QCOMPARE(identity.model(), model);
     QCOMPARE(identity.productName(), product);
@@ -209,21 +210,20 @@ void IdentityTest::thisMachine()
 /// Has the probe ask for the numbers, until they are these and come in time.
 bool IdentityTest::run(const QString& name, const QString& imei, const QString& imsi)
 {
-    const QProcessEnvironment environment = m_probe->environment;
+    const QProcessEnvironment environment = probe->environment;
     for (int i = 0; i < ATTEMPTS; ++i) {
-        m_probe = std::make_unique<Probe>();
-        m_probe->environment = environment;
-        if (!m_probe->start("identity") || m_probe->answer("again").isNull() ||
-            !m_probe->waitForEnd()) {
+        probe = std::make_unique<Probe>();
+        probe->environment = environment;
+        if (!probe->start("identity") || probe->answer("again").isNull() || !probe->waitForEnd()) {
             return false;
         }
-        const QStringList told = m_probe->all("imei") + m_probe->all("imsi");
-        const int ms = m_probe->all("ms").value(0).toInt();
+        const QStringList told = probe->all("imei") + probe->all("imsi");
+        const int ms = probe->all("ms").value(0).toInt();
         // The services are asked once.
-        const int again = m_probe->all("again").value(0).toInt();
+        const int again = probe->all("again").value(0).toInt();
         printf("           %s: %s in %i ms, again in %i ms\n", qPrintable(name),
                qPrintable(told.join(' ')), ms, again);
-        if (m_probe->all("loops") != QStringList{"0"}) {
+        if (probe->all("loops") != QStringList{"0"}) {
             return false;
         }
         if (told == QStringList{"<" + imei + ">", "<" + imsi + ">"} && ms < LIMIT_MS &&
@@ -268,22 +268,22 @@ FakeService::Answer IdentityTest::ofonoWith(const QList<OfonoModem>& modems)
 
 void IdentityTest::noBus()
 {
-    m_probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
+    probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent");
     QVERIFY(run("no bus"));
 }
 
 void IdentityTest::noService()
 {
     QVERIFY(run("no service"));
-    QCOMPARE(m_probe->platformLog().filter("modem").size(), 1);
-    QVERIFY(m_probe->platformLog().filter("modem").first().contains("neither"));
+    QCOMPARE(probe->platformLog().filter("modem").size(), 1);
+    QVERIFY(probe->platformLog().filter("modem").first().contains("neither"));
 }
 
 void IdentityTest::frozenBus()
 {
-    m_bus->freeze();
+    bus->freeze();
     const bool ran = run("frozen bus");
-    m_bus->thaw();
+    bus->thaw();
     QVERIFY(ran);
 }
 
@@ -310,7 +310,7 @@ void IdentityTest::modemManager_data()
     QTest::newRow("two numbers")
         << Objects{{first,
                     {{MODEM, {{"EquipmentIdentifier", "A1000009"}, {"Sim", card}}},
-                     {MODEM + ".Modem3gpp", {{"Imei", IMEI}}}}}}
+                     {MODEM_3GPP, {{"Imei", IMEI}}}}}}
         << IMEI << IMSI;
     QTest::newRow("second modem")
         << Objects{{first, {{MODEM, {{"EquipmentIdentifier", ""}}}}},
@@ -326,7 +326,7 @@ void IdentityTest::modemManager()
     QFETCH(platform::ManagedObjects, objects);
     QFETCH(QString, imei);
     QFETCH(QString, imsi);
-    FakeService service(m_bus->connection(), MODEM_MANAGER, modemManagerWith(objects));
+    FakeService service(bus->connection(), MODEM_MANAGER, modemManagerWith(objects));
     QVERIFY(run(QString("ModemManager, %1").arg(QTest::currentDataTag()), imei, imsi));
     QVERIFY(service.calls().first().startsWith("GetManagedObjects"));
     if (imsi.isEmpty() && QTest::currentDataTag() != QByteArray("card that cannot be asked")) {
@@ -360,7 +360,7 @@ void IdentityTest::ofono()
     QFETCH(QList<OfonoModem>, modems);
     QFETCH(QString, imei);
     QFETCH(QString, imsi);
-    FakeService service(m_bus->connection(), OFONO, ofonoWith(modems));
+    FakeService service(bus->connection(), OFONO, ofonoWith(modems));
     QVERIFY(run(QString("oFono, %1").arg(QTest::currentDataTag()), imei, imsi));
 }
 
@@ -370,15 +370,15 @@ void IdentityTest::modemManagerBeforeOfono()
     const QDBusObjectPath modem("/org/freedesktop/ModemManager1/Modem/0");
     const auto modemManager =
         modemManagerWith({{modem, {{MODEM, {{"EquipmentIdentifier", IMEI}}}}}});
-    FakeService service(m_bus->connection(), MODEM_MANAGER, modemManager);
+    FakeService service(bus->connection(), MODEM_MANAGER, modemManager);
     QVERIFY(run("ModemManager alone", IMEI));
 }
 
 void IdentityTest::ofonoWhereModemManagerHasNone()
 {
-    QDBusConnection other = QDBusConnection::connectToBus(m_bus->address(), "other");
+    QDBusConnection other = QDBusConnection::connectToBus(bus->address(), "other");
     FakeService none(other, MODEM_MANAGER, modemManagerWith({}));
-    FakeService service(m_bus->connection(), OFONO,
+    FakeService service(bus->connection(), OFONO,
                         ofonoWith({{QDBusObjectPath("/ril_0"), {{"Serial", IMEI}}}}));
     QVERIFY(run("both services", IMEI, IMSI));
     QDBusConnection::disconnectFromBus("other");
@@ -397,15 +397,15 @@ void IdentityTest::silentServices()
     QFETCH(bool, modemManagerToo);
     QFETCH(QString, imei);
     const auto silence = [](const QDBusMessage&) { return QDBusMessage(); };
-    QDBusConnection other = QDBusConnection::connectToBus(m_bus->address(), "other");
+    QDBusConnection other = QDBusConnection::connectToBus(bus->address(), "other");
     FakeService silent(other, MODEM_MANAGER, silence);
-    FakeService service(m_bus->connection(), OFONO,
+    FakeService service(bus->connection(), OFONO,
                         modemManagerToo
                             ? FakeService::Answer(silence)
                             : ofonoWith({{QDBusObjectPath("/ril_0"), {{"Serial", IMEI}}}}));
     QVERIFY(run(QString("silent: %1").arg(QTest::currentDataTag()), imei,
                 modemManagerToo ? QString() : IMSI));
-    QCOMPARE(m_probe->platformLog().filter("does not answer").size(), modemManagerToo ? 1 : 0);
+    QCOMPARE(probe->platformLog().filter("does not answer").size(), modemManagerToo ? 1 : 0);
     QDBusConnection::disconnectFromBus("other");
 }
 
@@ -422,52 +422,52 @@ void IdentityTest::strangeAnswers_data()
 void IdentityTest::strangeAnswers()
 {
     QFETCH(QVariantList, answer);
-    QDBusConnection other = QDBusConnection::connectToBus(m_bus->address(), "other");
+    QDBusConnection other = QDBusConnection::connectToBus(bus->address(), "other");
     const auto strange = [answer](const QDBusMessage& message) {
         return message.createReply(answer);
     };
     FakeService one(other, MODEM_MANAGER, strange);
-    FakeService two(m_bus->connection(), OFONO, strange);
+    FakeService two(bus->connection(), OFONO, strange);
     QVERIFY(run(QString("strange: %1").arg(QTest::currentDataTag())));
     QDBusConnection::disconnectFromBus("other");
 }
 
 void IdentityTest::numbersAreNotTheCategorysToTell()
 {
-    FakeService service(m_bus->connection(), OFONO,
+    FakeService service(bus->connection(), OFONO,
                         ofonoWith({{QDBusObjectPath("/ril_0"), {{"Serial", IMEI}}}}));
     QVERIFY(run("log", IMEI, IMSI));
-    QCOMPARE(m_probe->platformLog().filter(IMEI), QStringList());
-    QCOMPARE(m_probe->platformLog().filter(IMSI), QStringList());
+    QCOMPARE(probe->platformLog().filter(IMEI), QStringList());
+    QCOMPARE(probe->platformLog().filter(IMSI), QStringList());
 }
 
 void IdentityTest::servicesAreNotStarted()
 {
     // A machine where the service could be started, but is not wanted: it stays as it is.
-    const QString started = m_root->filePath("started");
-    write("/services/modem.service", "[D-BUS Service]\nName=" + MODEM_MANAGER.toUtf8() +
+    const QString started = root->filePath("started");
+    write("/services/modem.service", "[D-BUS Service]\nName=" + QByteArray(MODEM_MANAGER) +
                                          "\nExec=/bin/sh -c \"touch " + started.toUtf8() +
                                          "; exit 1\"\n");
-    PrivateBus bus;
-    QVERIFY(bus.start({m_root->filePath("services")}));
-    m_probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", bus.address());
+    PrivateBus starter;
+    QVERIFY(starter.start({root->filePath("services")}));
+    probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", starter.address());
     QVERIFY(run("service not running"));
     QVERIFY(!QFile::exists(started));
     // It could have been.
-    bus.connection().interface()->startService(MODEM_MANAGER);
+    starter.connection().interface()->startService(MODEM_MANAGER);
     QTRY_VERIFY(QFile::exists(started));
 }
 
 void IdentityTest::identityStandsTogether()
 {
     // A machine with much to complain of: neither UPower nor a modem.
-    QVERIFY(m_probe->start("power"));
-    QVERIFY(!m_probe->answer("end").isNull());
-    QVERIFY(m_probe->waitForEnd());
-    const QStringList log = m_probe->wholeLog();
+    QVERIFY(probe->start("power"));
+    QVERIFY(!probe->answer("end").isNull());
+    QVERIFY(probe->waitForEnd());
+    const QStringList log = probe->wholeLog();
     const QStringList show = log.filter(QRegularExpression("^default: "));
     QVERIFY2(show.size() >= 5, qPrintable(log.join('\n')));
-    QVERIFY2(m_probe->platformLog().size() == 2, qPrintable(log.join('\n')));
+    QVERIFY2(probe->platformLog().size() == 2, qPrintable(log.join('\n')));
     const int first = log.indexOf(show.first());
     QVERIFY2(log.mid(first, 5) == show.mid(0, 5), qPrintable(log.join('\n')));
     QCOMPARE(first, 2);

@@ -12,12 +12,13 @@
 
 namespace {
 
-const QString SCREEN_SAVER("org.freedesktop.ScreenSaver");
-const QString PORTAL("org.freedesktop.portal.Desktop");
+const char SCREEN_SAVER[] = "org.freedesktop.ScreenSaver";
+const char PORTAL[] = "org.freedesktop.portal.Desktop";
+const char REQUEST[] = "/org/freedesktop/portal/desktop/request/1_5/t";
+
 /// What does not wait: far below the 5 s that a service is given, and the 25 s of the D-Bus
 /// library.
 const int AT_ONCE_MS = 3000;
-const QString REQUEST("/org/freedesktop/portal/desktop/request/1_5/t");
 
 QDBusMessage grantAs77(const QDBusMessage& message)
 {
@@ -72,42 +73,42 @@ private:
     bool start();
     bool becomesInhibited();
 
-    std::unique_ptr<PrivateBus> m_bus;
-    std::unique_ptr<Probe> m_probe;
-    int m_ms = -1;
+    std::unique_ptr<PrivateBus> bus;
+    std::unique_ptr<Probe> probe;
+    int startMs = -1;
 };
 
 void ScreenSaverTest::init()
 {
-    m_bus = std::make_unique<PrivateBus>();
-    QVERIFY(m_bus->start());
-    m_probe = std::make_unique<Probe>();
-    m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", m_bus->address());
+    bus = std::make_unique<PrivateBus>();
+    QVERIFY(bus->start());
+    probe = std::make_unique<Probe>();
+    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", bus->address());
 }
 
 void ScreenSaverTest::cleanup()
 {
-    m_probe.reset();
-    m_bus.reset();
+    probe.reset();
+    bus.reset();
 }
 
 bool ScreenSaverTest::start()
 {
-    if (!m_probe->start("inhibit")) {
+    if (!probe->start("inhibit")) {
         return false;
     }
-    const bool asked = m_probe->answer("asked") == "1";
-    m_ms = m_probe->answer("ms").toInt();
-    const bool askedTwice = m_probe->answer("twice") == "1";
-    printf("           %s: %i ms\n", QTest::currentTestFunction(), m_ms);
+    const bool asked = probe->answer("asked") == "1";
+    startMs = probe->answer("ms").toInt();
+    const bool askedTwice = probe->answer("twice") == "1";
+    printf("           %s: %i ms\n", QTest::currentTestFunction(), startMs);
     return asked && askedTwice;
 }
 
 bool ScreenSaverTest::becomesInhibited()
 {
     for (int i = 0; i < 200; ++i) {
-        m_probe->say("ask");
-        if (m_probe->answer("inhibited") == "1") {
+        probe->say("ask");
+        if (probe->answer("inhibited") == "1") {
             return true;
         }
         QTest::qWait(10);
@@ -117,31 +118,31 @@ bool ScreenSaverTest::becomesInhibited()
 
 void ScreenSaverTest::heldAndLifted()
 {
-    FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+    FakeService service(bus->connection(), SCREEN_SAVER, grantAs77);
     QVERIFY(start());
-    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
+    QVERIFY2(startMs < AT_ONCE_MS, qPrintable(QString::number(startMs)));
     QVERIFY(becomesInhibited());
     QCOMPARE(service.calls(), QStringList{"Inhibit pixmoth The show is playing"});
-    QVERIFY(m_probe->waitForEnd());
+    QVERIFY(probe->waitForEnd());
     QTRY_COMPARE(service.calls(),
                  QStringList({"Inhibit pixmoth The show is playing", "UnInhibit 77"}));
-    QCOMPARE(m_probe->platformLog(), QStringList());
+    QCOMPARE(probe->platformLog(), QStringList());
 }
 
 void ScreenSaverTest::liftedByDeath()
 {
-    FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+    FakeService service(bus->connection(), SCREEN_SAVER, grantAs77);
     QVERIFY(start());
     QVERIFY(becomesInhibited());
     // A service lifts what a client held that has left the bus; see that ours leaves.
-    QDBusServiceWatcher watcher(service.caller(), m_bus->connection(),
+    QDBusServiceWatcher watcher(service.caller(), bus->connection(),
                                 QDBusServiceWatcher::WatchForUnregistration);
     bool left = false;
     connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, this, [&left] { left = true; });
-    QVERIFY(m_bus->waitForName(service.caller()));
+    QVERIFY(bus->waitForName(service.caller()));
     QTest::qWait(50);
     QVERIFY(!left);
-    m_probe->kill();
+    probe->kill();
     QTRY_VERIFY(left);
     QCOMPARE(service.calls().size(), 1);
 }
@@ -157,13 +158,13 @@ void ScreenSaverTest::portalWhereThereIsNoService()
 {
     QFETCH(bool, refused);
     std::unique_ptr<FakeService> service;
-    QDBusConnection other = QDBusConnection::connectToBus(m_bus->address(), "other");
+    QDBusConnection other = QDBusConnection::connectToBus(bus->address(), "other");
     if (refused) {
         service = std::make_unique<FakeService>(other, SCREEN_SAVER, refuse);
     }
     QStringList paths;
     QVariantList inhibit;
-    FakeService portal(m_bus->connection(), PORTAL, [&](const QDBusMessage& message) {
+    FakeService portal(bus->connection(), PORTAL, [&](const QDBusMessage& message) {
         paths.append(message.path() + ' ' + message.interface() + '.' + message.member());
         if (message.member() == "Inhibit") {
             inhibit = message.arguments();
@@ -171,7 +172,7 @@ void ScreenSaverTest::portalWhereThereIsNoService()
         return grantRequest(message);
     });
     QVERIFY(start());
-    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
+    QVERIFY2(startMs < AT_ONCE_MS, qPrintable(QString::number(startMs)));
     QVERIFY(becomesInhibited());
     QCOMPARE(inhibit.size(), 3);
     QCOMPARE(inhibit.at(0), QVariant(""));
@@ -179,25 +180,25 @@ void ScreenSaverTest::portalWhereThereIsNoService()
     QCOMPARE(qdbus_cast<QVariantMap>(inhibit.at(2)),
              (QVariantMap{{"reason", "The show is playing"}}));
     // They are let go of when the event loop comes to it.
-    QTRY_VERIFY((m_probe->say("ask"), m_probe->answer("watchers") == "0"));
-    QVERIFY(m_probe->waitForEnd());
+    QTRY_VERIFY((probe->say("ask"), probe->answer("watchers") == "0"));
+    QVERIFY(probe->waitForEnd());
     QTRY_COMPARE(paths, QStringList({"/org/freedesktop/portal/desktop "
                                      "org.freedesktop.portal.Inhibit.Inhibit",
-                                     REQUEST + " org.freedesktop.portal.Request.Close"}));
-    QCOMPARE(m_probe->platformLog(), QStringList());
+                                     QString(REQUEST) + " org.freedesktop.portal.Request.Close"}));
+    QCOMPARE(probe->platformLog(), QStringList());
     service.reset();
     QDBusConnection::disconnectFromBus("other");
 }
 
 void ScreenSaverTest::portalSeesTheDeath()
 {
-    FakeService portal(m_bus->connection(), PORTAL, grantRequest);
+    FakeService portal(bus->connection(), PORTAL, grantRequest);
     QVERIFY(start());
     QVERIFY(becomesInhibited());
     const QString client = portal.caller();
-    QVERIFY(m_bus->processOf(client) > 0);
-    m_probe->kill();
-    QTRY_COMPARE(m_bus->processOf(client), qint64(0));
+    QVERIFY(bus->processOf(client) > 0);
+    probe->kill();
+    QTRY_COMPARE(bus->processOf(client), qint64(0));
 }
 
 void ScreenSaverTest::neitherIsThere_data()
@@ -214,105 +215,105 @@ void ScreenSaverTest::neitherIsThere()
     QFETCH(bool, there);
     QFETCH(bool, strange);
     std::unique_ptr<FakeService> services;
-    QDBusConnection connection = m_bus->connection();
+    QDBusConnection connection = bus->connection();
     if (there) {
         services = std::make_unique<FakeService>(connection, SCREEN_SAVER,
                                                  strange ? saySomethingElse : refuse);
         connection.registerService(PORTAL);
     }
     QVERIFY(start());
-    QTRY_COMPARE(m_probe->platformLog().size(), 1);
-    QVERIFY2(m_probe->platformLog().first().startsWith(
+    QTRY_COMPARE(probe->platformLog().size(), 1);
+    QVERIFY2(probe->platformLog().first().startsWith(
                  "pixmoth.platform: Neither a screen saver service nor the portal: the screen may "
                  "blank during the show ("),
-             qPrintable(m_probe->platformLog().first()));
-    m_probe->say("ask");
-    QCOMPARE(m_probe->answer("inhibited"), QString("0"));
-    QTRY_VERIFY((m_probe->say("ask"), m_probe->answer("watchers") == "0"));
-    QVERIFY(m_probe->waitForEnd());
-    QCOMPARE(m_probe->platformLog().size(), 1);
+             qPrintable(probe->platformLog().first()));
+    probe->say("ask");
+    QCOMPARE(probe->answer("inhibited"), QString("0"));
+    QTRY_VERIFY((probe->say("ask"), probe->answer("watchers") == "0"));
+    QVERIFY(probe->waitForEnd());
+    QCOMPARE(probe->platformLog().size(), 1);
 }
 
 void ScreenSaverTest::refusedByBothCanBeAskedAgain()
 {
     bool refusing = true;
-    FakeService service(m_bus->connection(), SCREEN_SAVER, [&](const QDBusMessage& message) {
+    FakeService service(bus->connection(), SCREEN_SAVER, [&](const QDBusMessage& message) {
         return refusing ? refuse(message) : grantAs77(message);
     });
     QVERIFY(start());
-    QTRY_COMPARE(m_probe->platformLog().size(), 1);
+    QTRY_COMPARE(probe->platformLog().size(), 1);
     refusing = false;
-    m_probe->say("again");
-    QCOMPARE(m_probe->answer("again"), QString("1"));
+    probe->say("again");
+    QCOMPARE(probe->answer("again"), QString("1"));
     QVERIFY(becomesInhibited());
     const QString call = "Inhibit pixmoth The show is playing";
     QCOMPARE(service.calls(), QStringList({call, call}));
-    QVERIFY(m_probe->waitForEnd());
-    QCOMPARE(m_probe->platformLog().size(), 1);
+    QVERIFY(probe->waitForEnd());
+    QCOMPARE(probe->platformLog().size(), 1);
 }
 
 void ScreenSaverTest::grantedIsNotAskedAgain()
 {
-    FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+    FakeService service(bus->connection(), SCREEN_SAVER, grantAs77);
     QVERIFY(start());
     QVERIFY(becomesInhibited());
-    m_probe->say("again");
-    QCOMPARE(m_probe->answer("again"), QString("1"));
+    probe->say("again");
+    QCOMPARE(probe->answer("again"), QString("1"));
     QVERIFY(becomesInhibited());
-    QVERIFY(m_probe->waitForEnd());
+    QVERIFY(probe->waitForEnd());
     QTRY_COMPARE(service.calls().last(), QString("UnInhibit 77"));
     QCOMPARE(service.calls().size(), 2);
 }
 
 void ScreenSaverTest::silentServiceIsNotWaitedFor()
 {
-    FakeService service(m_bus->connection(), SCREEN_SAVER,
+    FakeService service(bus->connection(), SCREEN_SAVER,
                         [](const QDBusMessage&) { return QDBusMessage(); });
     QVERIFY(start());
-    QVERIFY2(m_ms < AT_ONCE_MS, qPrintable(QString::number(m_ms)));
-    m_probe->say("ask");
-    QCOMPARE(m_probe->answer("inhibited"), QString("0"));
+    QVERIFY2(startMs < AT_ONCE_MS, qPrintable(QString::number(startMs)));
+    probe->say("ask");
+    QCOMPARE(probe->answer("inhibited"), QString("0"));
     QElapsedTimer timer;
     timer.start();
-    QVERIFY(m_probe->waitForEnd());
+    QVERIFY(probe->waitForEnd());
     QVERIFY2(timer.elapsed() < AT_ONCE_MS, qPrintable(QString::number(timer.elapsed())));
 }
 
 void ScreenSaverTest::noBus()
 {
-    m_probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    QVERIFY(m_probe->start("inhibit"));
-    QCOMPARE(m_probe->answer("asked"), QString("0"));
-    QVERIFY(m_probe->answer("ms").toInt() < AT_ONCE_MS);
-    QVERIFY(m_probe->waitForEnd());
+    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+    QVERIFY(probe->start("inhibit"));
+    QCOMPARE(probe->answer("asked"), QString("0"));
+    QVERIFY(probe->answer("ms").toInt() < AT_ONCE_MS);
+    QVERIFY(probe->waitForEnd());
     // It has asked twice.
     const QString line = "pixmoth.platform: No session bus: the screen may blank during the show";
-    QCOMPARE(m_probe->platformLog(), QStringList({line, line}));
+    QCOMPARE(probe->platformLog(), QStringList({line, line}));
 }
 
 void ScreenSaverTest::frozenBus()
 {
-    m_bus->freeze();
-    const bool started = m_probe->start("inhibit");
-    const QString asked = m_probe->answer("asked");
-    const int ms = m_probe->answer("ms").toInt();
-    m_bus->thaw();
+    bus->freeze();
+    const bool started = probe->start("inhibit");
+    const QString asked = probe->answer("asked");
+    const int ms = probe->answer("ms").toInt();
+    bus->thaw();
     QVERIFY(started);
     QCOMPARE(asked, QString("0"));
     QVERIFY2(ms < AT_ONCE_MS, qPrintable(QString::number(ms)));
-    QVERIFY(m_probe->waitForEnd());
+    QVERIFY(probe->waitForEnd());
 }
 
 void ScreenSaverTest::busThatFreezesLater()
 {
-    FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+    FakeService service(bus->connection(), SCREEN_SAVER, grantAs77);
     QVERIFY(start());
     QVERIFY(becomesInhibited());
-    m_bus->freeze();
+    bus->freeze();
     QElapsedTimer timer;
     timer.start();
-    const bool ended = m_probe->waitForEnd();
-    m_bus->thaw();
+    const bool ended = probe->waitForEnd();
+    bus->thaw();
     QVERIFY(ended);
     QVERIFY2(timer.elapsed() < AT_ONCE_MS, qPrintable(QString::number(timer.elapsed())));
 }
@@ -320,15 +321,15 @@ void ScreenSaverTest::busThatFreezesLater()
 void ScreenSaverTest::busThatDies()
 {
     {
-        FakeService service(m_bus->connection(), SCREEN_SAVER, grantAs77);
+        FakeService service(bus->connection(), SCREEN_SAVER, grantAs77);
         QVERIFY(start());
         QVERIFY(becomesInhibited());
     }
-    m_bus->kill();
+    bus->kill();
     QTest::qWait(200);
-    m_probe->say("ask");
-    QVERIFY(!m_probe->answer("inhibited").isNull());
-    QVERIFY(m_probe->waitForEnd());
+    probe->say("ask");
+    QVERIFY(!probe->answer("inhibited").isNull());
+    QVERIFY(probe->waitForEnd());
 }
 
 QTEST_GUILESS_MAIN(ScreenSaverTest)

@@ -1,6 +1,7 @@
 #include "platform/servicelog.h"
 
 #include "support/logcapture.h"
+#include "support/scopedvariable.h"
 
 #include <QDir>
 #include <QFile>
@@ -242,23 +243,15 @@ void ServiceLogTest::missingSound()
     if (!QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System).isEmpty()) {
         QSKIP("This machine has a sound card.");
     }
-    const QByteArray ourRuntime = qgetenv("XDG_RUNTIME_DIR");
-    const QByteArray ourServer = qgetenv("PULSE_SERVER");
     QTemporaryDir runtime;
     QDir(runtime.path()).mkdir("pulse");
     if (!socket.isEmpty()) {
         QVERIFY(QFile(runtime.filePath(socket)).open(QIODevice::WriteOnly));
     }
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
-    if (server.isNull()) {
-        qunsetenv("PULSE_SERVER");
-    } else {
-        qputenv("PULSE_SERVER", server);
-    }
+    const ScopedVariable runtimeFolder("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+    const ScopedVariable soundServer("PULSE_SERVER", server);
     LogCapture log;
     platform::reportMissingSound();
-    qputenv("XDG_RUNTIME_DIR", ourRuntime);
-    qputenv("PULSE_SERVER", ourServer);
     const QStringList line = {"No sound: neither a sound card nor a sound server is there"};
     QCOMPARE(log.platformLines(), told ? line : QStringList());
     QCOMPARE(log.lines(), QStringList());
@@ -266,15 +259,11 @@ void ServiceLogTest::missingSound()
 
 void ServiceLogTest::lookingForSoundMakesNoFolder()
 {
-    const QByteArray ourRuntime = qgetenv("XDG_RUNTIME_DIR");
-    const QByteArray ourTemporary = qgetenv("TMPDIR");
     QTemporaryDir temporary;
-    qunsetenv("XDG_RUNTIME_DIR");
-    qputenv("TMPDIR", QFile::encodeName(temporary.path()));
+    const ScopedVariable runtimeFolder("XDG_RUNTIME_DIR", QByteArray());
+    const ScopedVariable temporaryFolder("TMPDIR", QFile::encodeName(temporary.path()));
     LogCapture log;
     platform::reportMissingSound();
-    qputenv("XDG_RUNTIME_DIR", ourRuntime);
-    ourTemporary.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", ourTemporary);
     QCOMPARE(QDir(temporary.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
              QStringList());
     QCOMPARE(log.lines(), QStringList());

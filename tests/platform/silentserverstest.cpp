@@ -2,6 +2,7 @@
 
 #include "support/privatebus.h"
 #include "support/probe.h"
+#include "support/script.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,6 +15,7 @@
 #include <QtEndian>
 
 #include <csignal>
+#include <memory>
 
 /// What becomes of servers that do not answer. Each row asks in a process of its own.
 class SilentServersTest : public QObject
@@ -50,11 +52,11 @@ private:
 
 namespace {
 
-const QString NO_BUS("unix:path=/nonexistent");
-const QString NO_SOUND_SERVER("unix:/nonexistent");
-const QString SILENT_SESSION_BUS("The session bus does not answer");
-const QString SILENT_SYSTEM_BUS("The system bus does not answer");
-const QString SILENT_SOUND_SERVER("No sound: the sound server does not answer");
+const char NO_BUS[] = "unix:path=/nonexistent";
+const char NO_SOUND_SERVER[] = "unix:/nonexistent";
+const char SILENT_SESSION_BUS[] = "The session bus does not answer";
+const char SILENT_SYSTEM_BUS[] = "The system bus does not answer";
+const char SILENT_SOUND_SERVER[] = "No sound: the sound server does not answer";
 
 /// A sound server of few words: it grants what it is asked, so many times, and then stops.
 class FakeSoundServer
@@ -237,12 +239,9 @@ void SilentServersTest::busThatStopsAfterTheGreeting()
 
 void SilentServersTest::bridgeToABusIsEnded()
 {
-    QFile script(folder->filePath("bridge"));
-    QVERIFY(script.open(QIODevice::WriteOnly));
-    script.write(qPrintable(told("#!/bin/sh\necho $$ > %1/pid\nexec sleep 60\n")));
-    script.close();
-    QVERIFY(script.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
-    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "unixexec:path=" + script.fileName());
+    const QString script = folder->filePath("bridge");
+    QVERIFY(writeScript(script, told("#!/bin/sh\necho $$ > %1/pid\nexec sleep 60\n").toUtf8()));
+    probe->environment.insert("DBUS_SESSION_BUS_ADDRESS", "unixexec:path=" + script);
     QVERIFY(run());
     QCOMPARE(probe->all("bus"), QStringList{NO_BUS});
     QVERIFY(logs(SILENT_SESSION_BUS));

@@ -15,10 +15,10 @@ namespace {
 class BoxWatcher : public QObject
 {
 public:
-    explicit BoxWatcher(const std::function<void(QMessageBox&)>& look) : m_look(look)
+    explicit BoxWatcher(const std::function<void(QMessageBox&)>& onBox) : look(onBox)
     {
-        connect(&m_timer, &QTimer::timeout, this, &BoxWatcher::poll);
-        m_timer.start(10);
+        connect(&timer, &QTimer::timeout, this, &BoxWatcher::poll);
+        timer.start(10);
     }
 
     int seen = 0;
@@ -29,17 +29,17 @@ private:
         QWidget* modal = QApplication::activeModalWidget();
         auto* box = qobject_cast<QMessageBox*>(modal);
         if (box) {
-            m_timer.stop();
+            timer.stop();
             seen += 1;
-            m_look(*box);
+            look(*box);
         } else if (modal) {
             // Of another kind than it should be; open, it would hold the test for ever.
             modal->close();
         }
     }
 
-    std::function<void(QMessageBox&)> m_look;
-    QTimer m_timer;
+    std::function<void(QMessageBox&)> look;
+    QTimer timer;
 };
 
 } // namespace

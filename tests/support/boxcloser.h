@@ -21,13 +21,13 @@ public:
 
     BoxCloser()
     {
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { closeBox(); });
-        m_timer.start(1);
+        QObject::connect(&timer, &QTimer::timeout, [this] { closeBox(); });
+        timer.start(1);
     }
 
     QVector<Box> boxes() const
     {
-        return m_boxes;
+        return closed;
     }
 
 private:
@@ -45,7 +45,7 @@ private:
             box.icon = message->icon();
             box.buttons = message->standardButtons();
         }
-        m_boxes.append(box);
+        closed.append(box);
         if (auto* dialog = qobject_cast<QDialog*>(window)) {
             // A box may refuse close(), where no button of it is the one for Escape.
             dialog->done(0);
@@ -54,8 +54,8 @@ private:
         }
     }
 
-    QTimer m_timer;
-    QVector<Box> m_boxes;
+    QTimer timer;
+    QVector<Box> closed;
 };
 
 /// Fails the test unless the only box so far was the warning that the engine shows.

@@ -7,11 +7,18 @@
 #include <QContactManagerEngineFactory>
 #include <QtPlugin>
 
+#include <memory>
+
 QTCONTACTS_USE_NAMESPACE
 
 namespace {
 
-QStringList labelsInStore;
+QStringList& labelsInStore()
+{
+    static QStringList labels;
+    return labels;
+}
+
 int fetches = 0;
 
 class FakeEngine : public QContactManagerEngine
@@ -33,7 +40,7 @@ public:
     {
         *error = QContactManager::NoError;
         QList<QContact> all;
-        for (int i = 0; i < labelsInStore.size(); ++i) {
+        for (int i = 0; i < labelsInStore().size(); ++i) {
             // The list holds the ids only: labels come with each contact's own fetch.
             QContact contact;
             contact.setId(QContactId(managerUri(), QByteArray::number(i)));
@@ -50,7 +57,7 @@ public:
         QContact contact;
         contact.setId(id);
         QContactDisplayLabel label;
-        label.setLabel(labelsInStore.value(id.localId().toInt()));
+        label.setLabel(labelsInStore().value(id.localId().toInt()));
         contact.saveDetail(&label);
         return contact;
     }
@@ -69,7 +76,7 @@ public:
                                   QContactManager::Error* error) override
     {
         *error = QContactManager::NoError;
-        return new FakeEngine; // Owned by the manager.
+        return std::make_unique<FakeEngine>().release(); // Owned by the manager.
     }
 
     QString managerName() const override
@@ -89,7 +96,7 @@ void use()
 
 void setLabels(const QStringList& labels)
 {
-    labelsInStore = labels;
+    labelsInStore() = labels;
     fetches = 0;
 }
 

@@ -4,14 +4,11 @@
 
 #include <csignal>
 
-namespace {
-const QString NOWHERE("unix:path=/nonexistent");
-}
-
-Probe::Probe() : environment(QProcessEnvironment::systemEnvironment()), handedOut(0)
+Probe::Probe() : environment(QProcessEnvironment::systemEnvironment())
 {
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", NOWHERE);
-    environment.insert("DBUS_SYSTEM_BUS_ADDRESS", NOWHERE);
+    for (const char* bus : {"DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"}) {
+        environment.insert(bus, "unix:path=/nonexistent");
+    }
     environment.insert("XDG_DATA_HOME", "/nonexistent");
     environment.insert("LANG", "C.UTF-8");
     environment.remove("QTCONTACTS_MANAGER_OVERRIDE");

@@ -44,5 +44,5 @@ private:
     QStringList lines;
     QStringList log;
     QByteArray partOfLog;
-    int handedOut;
+    int handedOut = 0; ///< So many of the lines have been asked for.
 };
