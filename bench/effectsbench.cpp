@@ -24,6 +24,8 @@
 // What the processor's share of the show costs, beside plain loops that compute only its numbers.
 // tools/bench-effects makes a table of it, with instruction counts beside the times.
 
+using radial::Node;
+
 namespace {
 
 QImage canvas()
@@ -85,6 +87,15 @@ int joints(const Node& node)
     return count;
 }
 
+void grow(RadialEffect& effect, unsigned int seed)
+{
+    qsrand(seed);
+    effect.reset();
+    for (int i = 0; i < 11; ++i) {
+        effect.addBranches();
+    }
+}
+
 /// The seed whose grown tree is the median of a thousand, or the largest of them.
 unsigned int treeSeed(bool largest)
 {
@@ -92,11 +103,7 @@ unsigned int treeSeed(bool largest)
         std::vector<std::pair<int, unsigned int>> trees;
         RadialEffect effect;
         for (unsigned int seed = 1; seed <= 1000; ++seed) {
-            qsrand(seed);
-            effect.reset();
-            for (int i = 0; i < 11; ++i) {
-                effect.addBranches();
-            }
+            grow(effect, seed);
             trees.emplace_back(joints(effect.d->root), seed);
         }
         std::sort(trees.begin(), trees.end());
@@ -105,13 +112,10 @@ unsigned int treeSeed(bool largest)
     return largest ? seeds.back().second : seeds[seeds.size() / 2].second;
 }
 
-void grow(RadialEffect& effect, unsigned int seed)
+/// A tree's benchmark as it is called in the table.
+std::string treeName(const char* name, const benchmark::State& state)
 {
-    qsrand(seed);
-    effect.reset();
-    for (int i = 0; i < 11; ++i) {
-        effect.addBranches();
-    }
+    return std::string(name) + "/worst:" + std::to_string(state.range(0));
 }
 
 /// The motion of `count` joints, in arrays.
@@ -129,8 +133,7 @@ void treeGrowth(benchmark::State& state)
 {
     const unsigned int seed = treeSeed(state.range(0) != 0);
     RadialEffect effect;
-    const Instructions counted(std::string("treeGrowth/worst:") + std::to_string(state.range(0)),
-                               state);
+    const Instructions counted(treeName("treeGrowth", state), state);
     for (auto _ : state) {
         grow(effect, seed);
     }
@@ -167,8 +170,7 @@ void treeGrowthNumbers(benchmark::State& state)
     std::vector<float> y(count);
     std::vector<float> dx(count, 0.6f);
     std::vector<float> dy(count, 0.8f);
-    const Instructions counted(
-        std::string("treeGrowthNumbers/worst:") + std::to_string(state.range(0)), state);
+    const Instructions counted(treeName("treeGrowthNumbers", state), state);
     for (auto _ : state) {
         size_t grown = 0;
         int sum = 0;
@@ -182,7 +184,7 @@ void treeGrowthNumbers(benchmark::State& state)
             for (const size_t end = count >> (12 - step); grown < end; ++grown) {
                 const size_t parent = grown / 2;
                 const double r = (qrand() % 10000) / 10000.0;
-                const float angle = atan2f(dx[parent], -dy[parent]) - static_cast<float>(r);
+                const float angle = std::atan2(dx[parent], -dy[parent]) - static_cast<float>(r);
                 const int length = qrand() % 20 + 3;
                 x[grown] = static_cast<float>(x[parent] + std::sin(angle) * length);
                 y[grown] = static_cast<float>(y[parent] - std::cos(angle) * length);
@@ -203,8 +205,7 @@ void treeMotion(benchmark::State& state)
 {
     RadialEffect effect;
     grow(effect, treeSeed(state.range(0) != 0));
-    const Instructions counted(std::string("treeMotion/worst:") + std::to_string(state.range(0)),
-                               state);
+    const Instructions counted(treeName("treeMotion", state), state);
     for (auto _ : state) {
         effect.addBranches();
     }
@@ -222,8 +223,7 @@ void treeMotionNumbers(benchmark::State& state)
     std::vector<float> y(count, 4.0f);
     std::vector<float> dx(count, 0.6f);
     std::vector<float> dy(count, 0.8f);
-    const Instructions counted(
-        std::string("treeMotionNumbers/worst:") + std::to_string(state.range(0)), state);
+    const Instructions counted(treeName("treeMotionNumbers", state), state);
     for (auto _ : state) {
         moveNumbers(x, y, dx, dy, count);
         benchmark::DoNotOptimize(x.data());
@@ -232,35 +232,31 @@ void treeMotionNumbers(benchmark::State& state)
 }
 BENCHMARK(treeMotionNumbers)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
-void treeDrawing(benchmark::State& state)
+void drawTree(benchmark::State& state, const char* name, QPaintDevice& device)
 {
     RadialEffect effect;
     grow(effect, treeSeed(state.range(0) != 0));
-    QImage image = canvas();
-    QPainter painter(&image);
+    QPainter painter(&device);
     painter.translate(128, 128);
     painter.setPen(QPen(QBrush(Qt::darkYellow), 1.0, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
-    const Instructions counted(std::string("treeDrawing/worst:") + std::to_string(state.range(0)),
-                               state);
+    const Instructions counted(treeName(name, state), state);
     for (auto _ : state) {
         effect.render(painter);
     }
     state.SetLabel(std::to_string(joints(effect.d->root)) + " joints");
 }
+
+void treeDrawing(benchmark::State& state)
+{
+    QImage image = canvas();
+    drawTree(state, "treeDrawing", image);
+}
 BENCHMARK(treeDrawing)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 void treeDrawingOnNothing(benchmark::State& state)
 {
-    RadialEffect effect;
-    grow(effect, treeSeed(state.range(0) != 0));
     NoCanvas nothing;
-    QPainter painter(&nothing);
-    painter.translate(128, 128);
-    const Instructions counted(
-        std::string("treeDrawingOnNothing/worst:") + std::to_string(state.range(0)), state);
-    for (auto _ : state) {
-        effect.render(painter);
-    }
+    drawTree(state, "treeDrawingOnNothing", nothing);
 }
 BENCHMARK(treeDrawingOnNothing)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
@@ -313,31 +309,29 @@ void zoomerNumbers(benchmark::State& state)
 }
 BENCHMARK(zoomerNumbers)->Unit(benchmark::kMicrosecond);
 
-void lattice(benchmark::State& state)
+void drawLattice(benchmark::State& state, const char* name, QPaintDevice& device)
 {
     Wireframes effect;
-    QImage image = canvas();
-    QPainter painter(&image);
+    QPainter painter(&device);
     painter.translate(128, 128);
     int frame = 0;
-    const Instructions counted("lattice", state);
+    const Instructions counted(name, state);
     for (auto _ : state) {
         effect.renderFrame(painter, frame++);
     }
+}
+
+void lattice(benchmark::State& state)
+{
+    QImage image = canvas();
+    drawLattice(state, "lattice", image);
 }
 BENCHMARK(lattice)->Unit(benchmark::kMicrosecond);
 
 void latticeOnNothing(benchmark::State& state)
 {
-    Wireframes effect;
     NoCanvas nothing;
-    QPainter painter(&nothing);
-    painter.translate(128, 128);
-    int frame = 0;
-    const Instructions counted("latticeOnNothing", state);
-    for (auto _ : state) {
-        effect.renderFrame(painter, frame++);
-    }
+    drawLattice(state, "latticeOnNothing", nothing);
 }
 BENCHMARK(latticeOnNothing)->Unit(benchmark::kMicrosecond);
 
@@ -477,9 +471,9 @@ void noiseNumbers(benchmark::State& state)
     const Instructions counted("noiseNumbers", state);
     for (auto _ : state) {
         for (std::uint32_t& pixel : pixels) {
-            const float r = sinf(static_cast<float>(random()) * 0.00001f);
-            const float g = sinf(static_cast<float>(random()) * 0.00001f);
-            const float b = cosf(static_cast<float>(random()) * 0.00001f);
+            const float r = std::sin(static_cast<float>(random()) * 0.00001f);
+            const float g = std::sin(static_cast<float>(random()) * 0.00001f);
+            const float b = std::cos(static_cast<float>(random()) * 0.00001f);
             const auto channel = [](float v) {
                 return static_cast<std::uint32_t>(std::max(0.0f, (v + 0.9f) * 128.0f)) & 0xff;
             };

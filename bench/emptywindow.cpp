@@ -55,7 +55,7 @@ int main(int argc, char* argv[])
     window.resize(arguments[1].toInt(), arguments[2].toInt());
     window.show();
     QTimer timer;
-    QObject::connect(&timer, SIGNAL(timeout()), &window, SLOT(updateGL()));
+    QObject::connect(&timer, &QTimer::timeout, &window, &EmptyWindow::updateGL);
     timer.start(50);
     application.exec();
     rusage usage;

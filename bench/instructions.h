@@ -23,7 +23,7 @@ public:
 
     ~Instructions()
     {
-        // Read by the macro when it is there to read it.
+        // Unused where the macro is empty.
         [[maybe_unused]] const std::string label = name + ' ' + std::to_string(state.iterations());
         CALLGRIND_DUMP_STATS_AT(label.c_str());
     }

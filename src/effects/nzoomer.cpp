@@ -31,8 +31,9 @@ Ring ringAfter(int frames)
             return Ring{2, 2, 7.5};
         }
     }
-    return Ring{static_cast<int>(0.4f * v + 0.4f * v), static_cast<int>(0.4 * v + 0.4 * v),
-                v * 0.2 * 15.0};
+    const double wide = v;
+    return Ring{static_cast<int>(0.4f * v + 0.4f * v), static_cast<int>(0.4 * wide + 0.4 * wide),
+                wide * 0.2 * 15.0};
 }
 
 } // namespace
@@ -76,7 +77,7 @@ void NZoomer::renderFrame(FrameBitmap* bitmap, int frame)
     const int cx = bitmap->width() >> 1;
     const int cy = bitmap->height() >> 1;
 
-    // Never seen, each dot picks again; but it takes its place in the random sequence.
+    // Never seen, since each dot picks again; but this draw has its place in the random sequence.
     QColor color = d->palette[qrand() % NUM_COLORS];
     for (int i = -ring.n; i <= ring.n; ++i) {
         for (int j = -ring.m; j <= ring.m; ++j) {
@@ -84,8 +85,8 @@ void NZoomer::renderFrame(FrameBitmap* bitmap, int frame)
             const int radiusDraw = qrand();
             const double angle = (angleDraw % 31400) / 1000.0;
             const double radius = 2.0 + ring.spread * ((radiusDraw % 10000) / 10000.0);
-            const float x = static_cast<float>(std::sin(angle) * radius) + cx;
-            const float y = static_cast<float>(-std::cos(angle) * radius) + cy;
+            const float x = static_cast<float>(std::sin(angle) * radius) + static_cast<float>(cx);
+            const float y = static_cast<float>(-std::cos(angle) * radius) + static_cast<float>(cy);
             color = d->palette[qrand() % NUM_COLORS];
             image.setPixel(static_cast<int>(x), static_cast<int>(y), color.rgb());
         }
@@ -101,11 +102,14 @@ void NZoomer::renderFrame(FrameBitmap* bitmap, int frame)
 
     QPainter painter(&image);
     painter.setRenderHint(QPainter::SmoothPixmapTransform, true);
+    const double sidewise = std::sin(t);
+    const double upright = std::cos(t);
+    const double turn = std::cos(a);
     QTransform zoom;
-    // The centre sways sideways only: up and down it is held by a factor of minus nothing.
-    zoom.translate(cx + sinf(t) * 0.1, cy + cosf(t) * -0.0);
+    // The centre sways sidewise only: for its height the factor is zero.
+    zoom.translate(cx + sidewise * 0.1, cy + upright * -0.0);
     zoom.scale(1.05, 1.03);
-    zoom.rotate(cosf(a) * 0.5 + 1.6);
+    zoom.rotate(turn * 0.5 + 1.6);
     zoom.translate(-cx, -cy);
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
     painter.setWorldTransform(zoom, false);

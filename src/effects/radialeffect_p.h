@@ -6,6 +6,8 @@
 #include <QVector2D>
 #include <QVector>
 
+namespace radial {
+
 /// One joint of the tree, in painter units from the centre, y downward.
 struct Node
 {
@@ -30,8 +32,10 @@ struct Node
     QColor color; ///< Reserve: invalid, since the pen is the caller's.
 };
 
+} // namespace radial
+
 struct RadialEffect::RadialEffectPrivate
 {
-    Node root;
+    radial::Node root;
     int steps = 0; ///< Calls of addBranches() since the last reset.
 };

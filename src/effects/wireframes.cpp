@@ -13,9 +13,11 @@ struct Wireframes::WireframesPrivate
 
 namespace {
 
-const int RADIUS = 3; ///< Points on either side of the middle, along each axis.
-const float SPACING = 35.0f;
-const double DISTANCE = 940.0;
+const int RADIUS = 3;            ///< Points on either side of the middle, along each axis.
+const double SPACING = 35.0;     ///< From point to point.
+const double UNIT_DEPTH = 500.0; ///< Where a point's square is as wide as the spacing.
+const double DISTANCE = 940.0;   ///< Of the eye's round from the middle.
+const double EYE_HEIGHT = 1.2f;  ///< The round's height to its width; a number of single precision.
 
 double clampChannel(double v)
 {
@@ -31,7 +33,7 @@ QMatrix4x4 lookAtLattice(double theta)
     const QMatrix4x4 projection = QMatrix4x4() * perspective;
 
     const QVector3D eye(static_cast<float>(std::sin(theta) * DISTANCE),
-                        static_cast<float>(std::cos(theta) * DISTANCE * 1.2000000476837158),
+                        static_cast<float>(std::cos(theta) * DISTANCE * EYE_HEIGHT),
                         static_cast<float>(-std::cos(theta) * DISTANCE));
     QMatrix4x4 lookAt;
     lookAt.lookAt(eye, QVector3D(0.0f, 0.0f, 0.0f), QVector3D(0.0f, 1.0f, 0.0f));
@@ -69,8 +71,9 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
                         .darker(140);
                 color.setAlpha(7);
 
-                const QVector4D point =
-                    matrix * QVector4D(SPACING * i, SPACING * j, SPACING * k, 1.0f);
+                const QVector4D point = matrix * QVector4D(static_cast<float>(SPACING * i),
+                                                           static_cast<float>(SPACING * j),
+                                                           static_cast<float>(SPACING * k), 1.0f);
                 float x = point.x();
                 float y = point.y();
                 if (point.w() != 1.0f) {
@@ -78,7 +81,8 @@ void Wireframes::renderFrame(QPainter& painter, int frame)
                     y /= point.w();
                 }
 
-                const double width = (500.0 / point.w()) * 35.0;
+                const double depth = point.w();
+                const double width = (UNIT_DEPTH / depth) * SPACING;
                 painter.setPen(
                     QPen(QBrush(color), width, Qt::SolidLine, Qt::SquareCap, Qt::BevelJoin));
                 // Swapped: the picture is mirrored about its diagonal.

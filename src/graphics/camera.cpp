@@ -18,11 +18,6 @@ QVector3D mix(const QVector3D& a, const QVector3D& b, float t)
 
 } // namespace
 
-Camera::Camera()
-    : m_aspectRatio(0.0f), m_nearPlane(0.0f), m_farPlane(0.0f), m_fov(0.0f), m_zoom(0.0f)
-{
-}
-
 void Camera::setPosition(const QVector3D& position)
 {
     m_position = position;
@@ -40,7 +35,7 @@ void Camera::setUp(const QVector3D& up)
 
 void Camera::setDisplamentLookAt(const QVector3D& displacement)
 {
-    displacementLookAt = displacement;
+    m_displacementLookAt = displacement;
 }
 
 void Camera::setPlanes(float nearPlane, float farPlane)
@@ -111,18 +106,19 @@ void Camera::buildViewMatrix(QMatrix4x4* out) const
     out->lookAt(m_position + slide, m_target + slide, m_up);
 
     QMatrix4x4 displacement;
-    displacement.lookAt(
-        QVector3D(0.0f, 0.0f, 0.0f),
-        QVector3D(displacementLookAt.x(), displacementLookAt.y(), displacementLookAt.z() - 1.0f),
-        QVector3D(0.0f, 1.0f, 0.0f));
+    displacement.lookAt(QVector3D(0.0f, 0.0f, 0.0f),
+                        QVector3D(m_displacementLookAt.x(), m_displacementLookAt.y(),
+                                  m_displacementLookAt.z() - 1.0f),
+                        QVector3D(0.0f, 1.0f, 0.0f));
     *out = displacement * *out;
 }
 
 void Camera::buildProjectionMatrix(QMatrix4x4* out, float aspectOverride) const
 {
-    const float aspect = aspectOverride != 0.0f ? aspectOverride : m_aspectRatio;
-    const float angle = m_fov * 3.14f / 180.0f / 3.14f;
-    const double height = m_nearPlane * std::tan(static_cast<double>(angle));
+    const double aspect = aspectOverride != 0.0f ? aspectOverride : m_aspectRatio;
+    const double angle = m_fov * 3.14f / 180.0f / 3.14f;
+    const double nearPlane = m_nearPlane;
+    const double height = nearPlane * std::tan(angle);
     const double width = height * aspect;
     out->setToIdentity();
     out->frustum(static_cast<float>(-width), static_cast<float>(width), static_cast<float>(-height),
@@ -134,7 +130,7 @@ void Camera::interpolate(const Camera& a, const Camera& b, float t)
     m_position = mix(a.m_position, b.m_position, t);
     m_target = mix(a.m_target, b.m_target, t);
     m_up = mix(a.m_up, b.m_up, t);
-    displacementLookAt = QVector3D();
+    m_displacementLookAt = QVector3D();
     m_aspectRatio = mix(a.m_aspectRatio, b.m_aspectRatio, t);
     m_nearPlane = mix(a.m_nearPlane, b.m_nearPlane, t);
     m_farPlane = mix(a.m_farPlane, b.m_farPlane, t);

@@ -10,8 +10,6 @@ namespace graphics {
 class Camera
 {
 public:
-    Camera();
-
     void setPosition(const QVector3D& position);
     void setTarget(const QVector3D& target);
     void setUp(const QVector3D& up);
@@ -48,12 +46,12 @@ private:
     QVector3D m_position;
     QVector3D m_target;
     QVector3D m_up;
-    QVector3D displacementLookAt;
-    float m_aspectRatio;
-    float m_nearPlane;
-    float m_farPlane;
-    float m_fov;
-    float m_zoom;
+    QVector3D m_displacementLookAt;
+    float m_aspectRatio = 0.0f;
+    float m_nearPlane = 0.0f;
+    float m_farPlane = 0.0f;
+    float m_fov = 0.0f;
+    float m_zoom = 0.0f;
 };
 
 } // namespace graphics

@@ -12,8 +12,6 @@
 
 namespace graphics {
 
-DefaultTextureLoader::~DefaultTextureLoader() = default;
-
 Texture2d DefaultTextureLoader::loadTexture(const QString& filename, int width, int height)
 {
     QImage image(filename);

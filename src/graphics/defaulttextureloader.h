@@ -8,8 +8,6 @@ namespace graphics {
 class DefaultTextureLoader : public TextureLoader
 {
 public:
-    ~DefaultTextureLoader() override;
-
     /// A `width` or `height` below 1 is the image's own; any other stretches it, smoothly. A file
     /// that cannot be read raises a warning box "Textures" and gives an empty handle.
     Texture2d loadTexture(const QString& filename, int width, int height) override;

@@ -33,12 +33,6 @@ IndexBuffer::IndexBufferPrivate::~IndexBufferPrivate()
 
 IndexBuffer::IndexBuffer() : d(new IndexBufferPrivate) {}
 
-IndexBuffer::IndexBuffer(const IndexBuffer& other) = default;
-
-IndexBuffer& IndexBuffer::operator=(const IndexBuffer& other) = default;
-
-IndexBuffer::~IndexBuffer() = default;
-
 void IndexBuffer::createIndexBuffer(int count, IndexTypeEnum type)
 {
     d->type = type;

@@ -14,9 +14,6 @@ public:
 
     /// No buffer: id 0, no indices.
     IndexBuffer();
-    IndexBuffer(const IndexBuffer& other);
-    IndexBuffer& operator=(const IndexBuffer& other);
-    ~IndexBuffer();
 
     /// Makes room for `count` indices of undefined value; the buffer stays bound. An unknown type
     /// has indices of no bytes. A second call makes a new GL buffer and forgets the old one without

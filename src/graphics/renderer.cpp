@@ -24,23 +24,14 @@ void bindAttributeLocations(QGLShaderProgram* program)
     program->bindAttributeLocation("a_tex0", 2);
 }
 
-/// A shader of the embedded set for a built-in program, which owns it.
-void addBuiltInShader(QGLShaderProgram* program, QGLShader::ShaderType type, const QString& file)
+/// Adds the shader of a file to a program, which owns it. Qt reports a failure; it is fatal where
+/// there is a name to report it by.
+void addShader(QGLShaderProgram* program, QGLShader::ShaderType type, const QString& file,
+               const QString& fatalName)
 {
     auto* shader = new QGLShader(type, program);
-    const bool compiled = shader->compileSourceCode(g_loadShader(":/" + file));
-    // A fragment shader that fails is Qt's to report: the show would be black, but it would play.
-    if (!compiled && type == QGLShader::Vertex) {
-        qFatal("Shader compilation failed. %s", qUtf8Printable(file));
-    }
-    program->addShader(shader);
-}
-
-void addUserShader(QGLShaderProgram* program, QGLShader::ShaderType type, const QString& file)
-{
-    auto* shader = new QGLShader(type, program);
-    if (!shader->compileSourceCode(g_loadShader(file))) {
-        qFatal("%s", qUtf8Printable(QString("Shader compilation failed. %1").arg(file)));
+    if (!shader->compileSourceCode(g_loadShader(file)) && !fatalName.isNull()) {
+        qFatal("Shader compilation failed. %s", qUtf8Printable(fatalName));
     }
     program->addShader(shader);
 }
@@ -117,11 +108,15 @@ Renderer::~Renderer() = default;
 void Renderer::init()
 {
     qDebug("vertex shader");
-    addBuiltInShader(&d->defaultProgram, QGLShader::Vertex, "shaders/default_vs.glsl");
-    addBuiltInShader(&d->matrixPaletteProgram, QGLShader::Vertex, "shaders/matrixpalette_vs.glsl");
+    addShader(&d->defaultProgram, QGLShader::Vertex, ":/shaders/default_vs.glsl",
+              "shaders/default_vs.glsl");
+    addShader(&d->matrixPaletteProgram, QGLShader::Vertex, ":/shaders/matrixpalette_vs.glsl",
+              "shaders/matrixpalette_vs.glsl");
     qDebug("fragment shader");
-    addBuiltInShader(&d->defaultProgram, QGLShader::Fragment, "shaders/default_fs.glsl");
-    addBuiltInShader(&d->matrixPaletteProgram, QGLShader::Fragment, "shaders/default_fs.glsl");
+    // Where one of these fails the program draws nothing, but the show goes on.
+    const QString notFatal;
+    addShader(&d->defaultProgram, QGLShader::Fragment, ":/shaders/default_fs.glsl", notFatal);
+    addShader(&d->matrixPaletteProgram, QGLShader::Fragment, ":/shaders/default_fs.glsl", notFatal);
 
     bindAttributeLocations(&d->defaultProgram);
     bindAttributeLocations(&d->matrixPaletteProgram);
@@ -184,9 +179,9 @@ Renderer::loadShader(const QString& name, const QString& vertexFile, const QStri
     qDebug("Load user shader");
     qDebug("Load user vshader");
     QSharedPointer<QGLShaderProgram> program(new QGLShaderProgram);
-    addUserShader(program.data(), QGLShader::Vertex, vertexFile);
+    addShader(program.data(), QGLShader::Vertex, vertexFile, vertexFile);
     qDebug("Load user fshader");
-    addUserShader(program.data(), QGLShader::Fragment, fragmentFile);
+    addShader(program.data(), QGLShader::Fragment, fragmentFile, fragmentFile);
 
     QSharedPointer<QGLShaderProgram>& kept = d->userShaders[name];
     if (kept && kept == d->currentProgram) {
@@ -353,7 +348,7 @@ void Renderer::setCamera(const Camera& camera, float scale)
     d->transformations[Projection] = projection;
     d->transformations[View] = view;
     d->updateWorldView();
-    // The view on the left: users of the camera matrix count on this order, draws on the other.
+    // The view on the left, unlike in a draw: users of the camera matrix count on this order.
     d->cameraMatrix = view * projection;
 }
 
@@ -365,9 +360,7 @@ QMatrix4x4 Renderer::getCameraMatrix() const
 void Renderer::render(PrimitiveListType type, VertexBuffer& buffer, int first, int count)
 {
     const GLenum mode = getOpenGlPrimitiveListEnum(type);
-    if (d->lastVertexBuffer != buffer.id()) {
-        d->lastVertexBuffer = buffer.id();
-    }
+    d->lastVertexBuffer = buffer.id();
     d->bindProgram(buffer);
     glDrawArrays(mode, first, count);
 }
@@ -379,9 +372,7 @@ void Renderer::renderWithIndexBuffer(PrimitiveListType type, VertexBuffer& verti
     if (count < 0) {
         count = indices.size();
     }
-    if (d->lastVertexBuffer != vertices.id()) {
-        d->lastVertexBuffer = vertices.id();
-    }
+    d->lastVertexBuffer = vertices.id();
     if (d->lastIndexBuffer != indices.id()) {
         indices.bind();
         d->lastIndexBuffer = indices.id();

@@ -41,8 +41,6 @@ class Renderer
 {
 public:
     Renderer();
-    Renderer(const Renderer&) = delete;
-    Renderer& operator=(const Renderer&) = delete;
     virtual ~Renderer();
 
     /// Builds the two built-in programs; once, before any draw. A vertex shader that fails is

@@ -20,8 +20,8 @@ struct Renderer::RendererPrivate
     QGLShaderProgram defaultProgram;
     QGLShaderProgram spareProgram; ///< Reserve: never given shaders.
     QGLShaderProgram matrixPaletteProgram;
-    QGLShaderProgram* currentProgram =
-        nullptr; ///< Of the above, of userShaders, or replacedProgram.
+    /// One of the above, one of userShaders, or replacedProgram.
+    QGLShaderProgram* currentProgram = nullptr;
     int defaultHighlightLoc = 0;
     int paletteHighlightLoc = 0;
     int defaultViewProjLoc = 0;

@@ -2,8 +2,6 @@
 
 namespace graphics {
 
-RenderState::RenderState() : m_blending(BlendNone), m_coloring(ColoringDefault) {}
-
 void RenderState::setBlending(Blending blending)
 {
     m_blending = blending;

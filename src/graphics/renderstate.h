@@ -17,16 +17,14 @@ enum ColoringType : int { ColoringDefault = 0 };
 class RenderState
 {
 public:
-    RenderState();
-
     void setBlending(Blending blending);
     Blending blending() const;
     void setColoring(ColoringType coloring);
     ColoringType coloring() const;
 
 private:
-    Blending m_blending;
-    ColoringType m_coloring;
+    Blending m_blending = BlendNone;
+    ColoringType m_coloring = ColoringDefault;
 };
 
 } // namespace graphics

@@ -15,8 +15,8 @@ RenderTarget::~RenderTarget()
 
 void RenderTarget::init(int width, int height)
 {
-    // Let go of, not deleted: whoever took the earlier framebuffer from fbo() has it still. The
-    // name of its texture goes all the same, with the last handle on it.
+    // An earlier framebuffer is not deleted, since whoever asked fbo() for it may use it still. Its
+    // texture is, with the last handle on that.
     static_cast<void>(m_fbo.release());
     m_fbo = std::make_unique<QGLFramebufferObject>(width, height, GL_TEXTURE_2D);
     m_texture = Texture2d(m_fbo->texture());

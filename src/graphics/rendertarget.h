@@ -15,8 +15,6 @@ class RenderTarget
 {
 public:
     RenderTarget();
-    RenderTarget(const RenderTarget&) = delete;
-    RenderTarget& operator=(const RenderTarget&) = delete;
     ~RenderTarget();
 
     /// Makes a target of `width` × `height` pixels, without depth or stencil; its content is

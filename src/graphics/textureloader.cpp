@@ -4,8 +4,6 @@
 
 namespace graphics {
 
-TextureLoader::TextureLoader() = default;
-
 TextureLoader::~TextureLoader() = default;
 
 Texture2d TextureLoader::createTexture2d(TexturePrivateData* data)

@@ -10,7 +10,6 @@ struct TexturePrivateData;
 class TextureLoader
 {
 public:
-    TextureLoader();
     virtual ~TextureLoader();
 
     /// Loads `filename` at `width` × `height` texels. What a size below 1 means, and what a file

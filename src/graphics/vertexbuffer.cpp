@@ -1,6 +1,7 @@
 #include "graphics/vertexbuffer.h"
 
 #include <QByteArray>
+#include <QVector>
 #include <QtDebug>
 
 #include <GLES2/gl2.h>
@@ -127,12 +128,6 @@ VertexBuffer::VertexBufferPrivate::~VertexBufferPrivate()
 
 VertexBuffer::VertexBuffer() : d(new VertexBufferPrivate) {}
 
-VertexBuffer::VertexBuffer(const VertexBuffer& other) = default;
-
-VertexBuffer& VertexBuffer::operator=(const VertexBuffer& other) = default;
-
-VertexBuffer::~VertexBuffer() = default;
-
 bool VertexBuffer::createVertexBuffer(int numVertices, const VertexDeclaration& declaration)
 {
     d->declaration = declaration;
@@ -165,14 +160,13 @@ void VertexBuffer::unlock()
 void VertexBuffer::bind()
 {
     glBindBuffer(GL_ARRAY_BUFFER, d->id);
-    const int components = d->declaration.numComponents();
+    const auto components = static_cast<unsigned int>(d->declaration.numComponents());
     // Outside the loop: a component of an unknown type goes by what the one before it was.
     int count = 0;
     unsigned int glType = 0;
     unsigned char normalised = 0;
-    for (int i = 0; i < components; ++i) {
-        const VertexDeclaration::VertexComponent& component =
-            d->declaration.component(static_cast<unsigned int>(i));
+    for (unsigned int i = 0; i < components; ++i) {
+        const VertexDeclaration::VertexComponent& component = d->declaration.component(i);
         getVertexComponentTypeInfo(component.type, &count, &glType, &normalised);
         const auto location = static_cast<GLuint>(component.location);
         glVertexAttribPointer(location, count, glType, normalised, d->declaration.vertexSize(),
@@ -184,19 +178,17 @@ void VertexBuffer::bind()
 void VertexBuffer::unbind()
 {
     glBindBuffer(GL_ARRAY_BUFFER, 0);
-    const int components = d->declaration.numComponents();
-    for (int i = 0; i < components; ++i) {
-        glDisableVertexAttribArray(
-            static_cast<GLuint>(d->declaration.component(static_cast<unsigned int>(i)).location));
+    const auto components = static_cast<unsigned int>(d->declaration.numComponents());
+    for (unsigned int i = 0; i < components; ++i) {
+        glDisableVertexAttribArray(static_cast<GLuint>(d->declaration.component(i).location));
     }
 }
 
 int VertexBuffer::getComponentOffset(VertexFormatFlag usage) const
 {
-    const int components = d->declaration.numComponents();
-    for (int i = 0; i < components; ++i) {
-        const VertexDeclaration::VertexComponent& component =
-            d->declaration.component(static_cast<unsigned int>(i));
+    const auto components = static_cast<unsigned int>(d->declaration.numComponents());
+    for (unsigned int i = 0; i < components; ++i) {
+        const VertexDeclaration::VertexComponent& component = d->declaration.component(i);
         if (component.usage == usage) {
             return static_cast<int>(component.offset);
         }

@@ -2,7 +2,6 @@
 
 #include <QSharedPointer>
 #include <QVector3D>
-#include <QVector>
 
 #include <memory>
 
@@ -63,9 +62,6 @@ class VertexBuffer
 public:
     /// No buffer: id 0, no vertices.
     VertexBuffer();
-    VertexBuffer(const VertexBuffer& other);
-    VertexBuffer& operator=(const VertexBuffer& other);
-    ~VertexBuffer();
 
     /// Makes room for `numVertices` zeroed vertices; always true. A second call makes a new GL
     /// buffer and forgets the old one without deleting it; the position backup stays as it is.

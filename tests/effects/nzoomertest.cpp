@@ -384,7 +384,7 @@ void NZoomerTest::runOfFrames()
         expected = zoomed(expected, frame);
         const int worst = difference(bitmap.image(), expected);
         QVERIFY2(worst <= ROUNDING, qPrintable(QString("%1: %2").arg(frame).arg(worst)));
-        // What was rounded is not to add up.
+        // So that roundings do not add up.
         expected = bitmap.image().copy();
     }
 }

@@ -13,6 +13,8 @@
 #include <memory>
 #include <vector>
 
+using radial::Node;
+
 namespace {
 
 /// The tree a second time, in plain numbers and in the order in which the draws must fall. It keeps

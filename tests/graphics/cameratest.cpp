@@ -72,6 +72,20 @@ Camera slantedCamera()
     return camera;
 }
 
+/// Another number for each setting, from 1 on.
+Camera numbered()
+{
+    Camera camera;
+    camera.setPosition(QVector3D(1, 2, 3));
+    camera.setTarget(QVector3D(4, 5, 6));
+    camera.setUp(QVector3D(7, 8, 9));
+    camera.setPlanes(10, 11);
+    camera.setAspectRatio(12);
+    camera.setFov(13);
+    camera.setZoom(14);
+    return camera;
+}
+
 QMatrix4x4 viewOf(const Camera& camera)
 {
     QMatrix4x4 view;
@@ -90,7 +104,7 @@ void CameraTest::startsAtZero()
     QCOMPARE(camera.position(), QVector3D());
     QCOMPARE(camera.target(), QVector3D());
     QCOMPARE(camera.up(), QVector3D());
-    QCOMPARE(camera.displacementLookAt, QVector3D());
+    QCOMPARE(camera.m_displacementLookAt, QVector3D());
     QCOMPARE(camera.aspectRatio(), 0.0f);
     QCOMPARE(camera.nearPlane(), 0.0f);
     QCOMPARE(camera.farPlane(), 0.0f);
@@ -101,14 +115,7 @@ void CameraTest::startsAtZero()
 
 void CameraTest::keepsWhatIsSet()
 {
-    Camera camera;
-    camera.setPosition(QVector3D(1, 2, 3));
-    camera.setTarget(QVector3D(4, 5, 6));
-    camera.setUp(QVector3D(7, 8, 9));
-    camera.setPlanes(10, 11);
-    camera.setAspectRatio(12);
-    camera.setFov(13);
-    camera.setZoom(14);
+    const Camera camera = numbered();
     QCOMPARE(camera.position(), QVector3D(1, 2, 3));
     QCOMPARE(camera.target(), QVector3D(4, 5, 6));
     QCOMPARE(camera.up(), QVector3D(7, 8, 9));
@@ -251,14 +258,7 @@ void CameraTest::interpolateMixesEveryNumber()
 {
     QFETCH(float, t);
     // Each number runs over a distance of its own.
-    Camera a;
-    a.setPosition(QVector3D(1, 2, 3));
-    a.setTarget(QVector3D(4, 5, 6));
-    a.setUp(QVector3D(7, 8, 9));
-    a.setPlanes(10, 11);
-    a.setAspectRatio(12);
-    a.setFov(13);
-    a.setZoom(14);
+    const Camera a = numbered();
     Camera b;
     b.setPosition(QVector3D(1 + 4, 2 + 8, 3 + 12));
     b.setTarget(QVector3D(4 + 16, 5 + 20, 6 + 24));
@@ -296,7 +296,7 @@ void CameraTest::interpolateDropsTheDisplacement()
     Camera camera;
     camera.setDisplamentLookAt(QVector3D(0, 2, 0));
     camera.interpolate(end, end, t);
-    QCOMPARE(camera.displacementLookAt, QVector3D());
+    QCOMPARE(camera.m_displacementLookAt, QVector3D());
     COMPARE_POINTS(viewOf(camera) * QVector3D(4, -2, 3), QVector3D(0, 0, -5));
 }
 

@@ -57,7 +57,7 @@ void CameraViewTest::cutToIsThereAtOnce()
     camera.setDisplamentLookAt(QVector3D(1, 2, 3));
     view.cutTo(camera);
     QCOMPARE(x(view), 7.0f);
-    QCOMPARE(view.current().displacementLookAt, QVector3D(1, 2, 3));
+    QCOMPARE(view.current().m_displacementLookAt, QVector3D(1, 2, 3));
 }
 
 void CameraViewTest::moveEases_data()
@@ -129,7 +129,7 @@ void CameraViewTest::moveInNoTimeNeverMoves()
     testclock::advance(5000);
     view.update();
     QCOMPARE(x(view), 100.0f);
-    QCOMPARE(view.current().displacementLookAt, QVector3D(1, 2, 3));
+    QCOMPARE(view.current().m_displacementLookAt, QVector3D(1, 2, 3));
 }
 
 void CameraViewTest::finishedMoveStaysFinished()
@@ -158,7 +158,7 @@ void CameraViewTest::finishedMoveDropsTheDisplacement()
     testclock::advance(1000);
     view.update();
     QCOMPARE(x(view), 200.0f);
-    QCOMPARE(view.current().displacementLookAt, QVector3D());
+    QCOMPARE(view.current().m_displacementLookAt, QVector3D());
 }
 
 void CameraViewTest::cutStopsAMove()
@@ -196,7 +196,7 @@ void CameraViewTest::updateWithoutAMove()
     view.cutTo(camera);
     testclock::advance(100);
     view.update();
-    QCOMPARE(view.current().displacementLookAt, QVector3D(1, 2, 3));
+    QCOMPARE(view.current().m_displacementLookAt, QVector3D(1, 2, 3));
 }
 
 QTEST_GUILESS_MAIN(CameraViewTest)

@@ -1,15 +1,26 @@
 #include "graphics/indexbuffer.h"
 
+#include "graphics/bufferhandles.h"
 #include "support/glrecorder.h"
 
 #include <QTest>
 
 #include <cstring>
-#include <memory>
 
 using graphics::IndexBuffer;
 
 Q_DECLARE_METATYPE(graphics::IndexBuffer::IndexTypeEnum)
+
+namespace {
+
+IndexBuffer created()
+{
+    IndexBuffer buffer;
+    buffer.createIndexBuffer(2, IndexBuffer::Index16);
+    return buffer;
+}
+
+} // namespace
 
 class IndexBufferTest : public QObject
 {
@@ -218,27 +229,12 @@ void IndexBufferTest::copiesShare()
 
 void IndexBufferTest::lastHandleDeletes()
 {
-    auto buffer = std::make_unique<IndexBuffer>();
-    buffer->createIndexBuffer(2, IndexBuffer::Index16);
-    const unsigned int id = buffer->id();
-    auto copy = std::make_unique<IndexBuffer>(*buffer);
-    glrecorder::takeCalls();
-    buffer.reset();
-    QCOMPARE(glrecorder::calls(), QStringList());
-    QCOMPARE(copy->id(), id);
-    copy.reset();
-    QCOMPARE(glrecorder::calls(), QStringList{QString("glDeleteBuffers(%1)").arg(id)});
+    bufferhandles::lastOneDeletes(created);
 }
 
 void IndexBufferTest::assignmentDeletesTheFormer()
 {
-    IndexBuffer buffer;
-    buffer.createIndexBuffer(2, IndexBuffer::Index16);
-    const unsigned int id = buffer.id();
-    glrecorder::takeCalls();
-    buffer = IndexBuffer();
-    QCOMPARE(glrecorder::calls(), QStringList{QString("glDeleteBuffers(%1)").arg(id)});
-    QCOMPARE(buffer.id(), 0u);
+    bufferhandles::assignmentDeletesTheFormer(created);
 }
 
 QTEST_GUILESS_MAIN(IndexBufferTest)

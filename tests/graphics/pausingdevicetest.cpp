@@ -76,7 +76,7 @@ void PausingDeviceTest::handsOnWhatIsPainted()
     for (int i = 0; i < direct.points.size(); ++i) {
         const PaintRecorder::Point& expected = direct.points.at(i);
         const PaintRecorder::Point& point = handedOn.points.at(i);
-        // To the bit: a comparison of points would forgive the last of them.
+        // To the last bit, which a comparison of points would let differ.
         QVERIFY(point.position.x() >= expected.position.x() &&
                 point.position.x() <= expected.position.x());
         QVERIFY(point.position.y() >= expected.position.y() &&
@@ -118,7 +118,7 @@ void PausingDeviceTest::isAsLargeAsTheOtherDevice()
     QCOMPARE(device.devicePixelRatio(), 1);
     QCOMPARE(device.logicalDpiX(), 72);
     QCOMPARE(device.logicalDpiY(), 72);
-    // Of the rest the toolkit says what it says of any device.
+    // Everything else is the toolkit's default.
     QCOMPARE(device.colorCount(), 256);
 }
 
@@ -131,7 +131,7 @@ void PausingDeviceTest::beginsWithoutAWord()
     QPainter pausing(&device);
     QVERIFY(pausing.isActive());
     pausing.drawPixmap(0, 0, QPixmap(1, 1));
-    pausing.end();
+    QVERIFY(pausing.end());
     QCOMPARE(log.lines(), QStringList());
     QCOMPARE(recorder.others, 0);
 }

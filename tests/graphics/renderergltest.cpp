@@ -1,5 +1,6 @@
 #include "graphics/renderer_p.h"
 
+#include "graphics/matrices.h"
 #include "graphics/quad.h"
 #include "graphics/texture2d.h"
 #include "support/glpictures.h"
@@ -57,20 +58,6 @@ GLint current(GLenum name)
     return value;
 }
 
-QMatrix4x4 translation(float x, float y, float z)
-{
-    QMatrix4x4 matrix;
-    matrix.translate(x, y, z);
-    return matrix;
-}
-
-QMatrix4x4 scaling(float factor)
-{
-    QMatrix4x4 matrix;
-    matrix.scale(factor);
-    return matrix;
-}
-
 /// The colour uniform of a program that is in use, as bytes.
 QColor highlightOf(GLuint program)
 {
@@ -79,8 +66,8 @@ QColor highlightOf(GLuint program)
     return QColor::fromRgbF(values[0], values[1], values[2], values[3]);
 }
 
-const QString VERTEX_FILE = ":/shaders/default_vs.glsl";
-const QString FRAGMENT_FILE = ":/shaders/contrast2_fs.glsl";
+const char VERTEX_FILE[] = ":/shaders/default_vs.glsl";
+const char FRAGMENT_FILE[] = ":/shaders/contrast2_fs.glsl";
 const QRgb CLEAR = 0;
 
 } // namespace
@@ -872,7 +859,7 @@ void RendererGlTest::fatalEnds()
 
 void RendererGlTest::goodShadersAreNotFatal()
 {
-    // What makes the other children worth anything.
+    // Were this child to end like the others, they would show nothing about their shaders.
     const ChildEnd end = runChild("user fragment", FRAGMENT_FILE);
     QVERIFY(end.finished);
     QVERIFY2(!end.crashed && end.exitCode == 0, qPrintable(end.lines.join("\n")));

@@ -1,6 +1,7 @@
 #include "graphics/renderer_p.h"
 
 #include "graphics/camera.h"
+#include "graphics/matrices.h"
 #include "graphics/texture2d.h"
 #include "support/glrecorder.h"
 
@@ -69,20 +70,6 @@ private:
 
 namespace {
 
-QMatrix4x4 translation(float x, float y, float z)
-{
-    QMatrix4x4 matrix;
-    matrix.translate(x, y, z);
-    return matrix;
-}
-
-QMatrix4x4 scaling(float factor)
-{
-    QMatrix4x4 matrix;
-    matrix.scale(factor);
-    return matrix;
-}
-
 Camera slantedCamera()
 {
     Camera camera;
@@ -100,14 +87,17 @@ QString bindTexture(unsigned int id)
     return QString("glBindTexture(GL_TEXTURE_2D, %1)").arg(id);
 }
 
-const QStringList RESET_CALLS = {"glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0)",
-                                 "glBindBuffer(GL_ARRAY_BUFFER, 0)",
-                                 "glBindTexture(GL_TEXTURE_2D, 0)",
-                                 "glEnable(GL_DEPTH_TEST)",
-                                 "glDisable(GL_BLEND)",
-                                 "glDisable(GL_CULL_FACE)",
-                                 "glFrontFace(GL_CW)",
-                                 "glDepthFunc(GL_LEQUAL)"};
+QStringList callsOfReset()
+{
+    return {"glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, 0)",
+            "glBindBuffer(GL_ARRAY_BUFFER, 0)",
+            "glBindTexture(GL_TEXTURE_2D, 0)",
+            "glEnable(GL_DEPTH_TEST)",
+            "glDisable(GL_BLEND)",
+            "glDisable(GL_CULL_FACE)",
+            "glFrontFace(GL_CW)",
+            "glDepthFunc(GL_LEQUAL)"};
+}
 
 } // namespace
 
@@ -179,7 +169,7 @@ void RendererTest::loadShaderEndsEveryLine_data()
     QTest::newRow("Unix line ends") << QByteArray("one\ntwo\n") << "one\ntwo\n";
     QTest::newRow("last line not ended") << QByteArray("one\r\ntwo") << "one\ntwo\n";
     QTest::newRow("empty lines") << QByteArray("\r\none\n\n\r\ntwo\n") << "\none\n\n\ntwo\n";
-    // The file is opened as text, where a carriage return counts for nothing wherever it stands.
+    // The file is opened as text, where carriage returns are dropped wherever they stand.
     QTest::newRow("carriage return within") << QByteArray("one\rtwo\n") << "onetwo\n";
     QTest::newRow("nothing") << QByteArray() << "";
 }
@@ -233,7 +223,7 @@ void RendererTest::startsWithoutAProgram()
 void RendererTest::resetCalls()
 {
     m_renderer->reset();
-    QCOMPARE(glrecorder::calls(), RESET_CALLS);
+    QCOMPARE(glrecorder::calls(), callsOfReset());
 }
 
 void RendererTest::resetCallsForBoundTextures()
@@ -244,9 +234,9 @@ void RendererTest::resetCallsForBoundTextures()
     glrecorder::takeCalls();
     m_renderer->reset();
     const QStringList unbinding = {bindTexture(0), bindTexture(0)};
-    QCOMPARE(glrecorder::takeCalls(), RESET_CALLS + unbinding);
+    QCOMPARE(glrecorder::takeCalls(), callsOfReset() + unbinding);
     m_renderer->reset();
-    QCOMPARE(glrecorder::calls(), RESET_CALLS);
+    QCOMPARE(glrecorder::calls(), callsOfReset());
 }
 
 void RendererTest::resetForgetsTheFrame()

@@ -15,6 +15,9 @@
 
 using namespace graphics;
 
+using Painting = void (*)(QPainter&);
+Q_DECLARE_METATYPE(Painting)
+
 class RenderTargetGlTest : public QObject
 {
     Q_OBJECT
@@ -31,8 +34,8 @@ private slots:
     void destructorDeletesBoth();
     void destructorTakesTheTextureFromItsHandles();
     void secondInitForgetsTheFirst();
+    void painterDraws_data();
     void painterDraws();
-    void painterDrawsSlantedLines();
     void topOfThePainterIsTheTopOfTheTexture();
 
 private:
@@ -231,35 +234,32 @@ void RenderTargetGlTest::secondInitForgetsTheFirst()
     QVERIFY(glIsTexture(taken.textureId()));
 }
 
-void RenderTargetGlTest::painterDraws()
+void RenderTargetGlTest::painterDraws_data()
 {
-    RenderTarget target;
-    target.init(120, 80);
-    QPainter painter(target.fbo());
-    paintPicture(painter);
-    painter.end();
-    QImage expected(120, 80, QImage::Format_ARGB32_Premultiplied);
-    expected.fill(Qt::transparent);
-    QPainter raster(&expected);
-    paintPicture(raster);
-    raster.end();
-    COMPARE_PICTURES("painterDraws", painted(target),
-                     expected.convertToFormat(QImage::Format_RGB32), 2, 0.2);
+    QTest::addColumn<Painting>("paint");
+    QTest::addColumn<int>("maximum");
+    QTest::addColumn<double>("mean");
+    QTest::newRow("rectangles and pictures") << &paintPicture << 2 << 0.2;
+    // At the rims one may have a pixel that the other has not.
+    QTest::newRow("slanted lines") << &paintLines << 255 << 1.5;
 }
 
-void RenderTargetGlTest::painterDrawsSlantedLines()
+void RenderTargetGlTest::painterDraws()
 {
+    QFETCH(Painting, paint);
+    QFETCH(int, maximum);
+    QFETCH(double, mean);
     RenderTarget target;
     target.init(120, 80);
     QPainter painter(target.fbo());
-    paintLines(painter);
+    paint(painter);
     painter.end();
     QImage expected(120, 80, QImage::Format_RGB32);
     QPainter raster(&expected);
-    paintLines(raster);
+    paint(raster);
     raster.end();
-    // At the rims one may have a pixel that the other has not.
-    COMPARE_PICTURES("painterDrawsSlantedLines", painted(target), expected, 255, 1.5);
+    COMPARE_PICTURES(QString("painterDraws ") + QTest::currentDataTag(), painted(target), expected,
+                     maximum, mean);
 }
 
 void RenderTargetGlTest::topOfThePainterIsTheTopOfTheTexture()

@@ -1,5 +1,6 @@
 #include "graphics/vertexbuffer.h"
 
+#include "graphics/bufferhandles.h"
 #include "support/glrecorder.h"
 #include "support/logcapture.h"
 
@@ -8,7 +9,6 @@
 #include <GLES2/gl2.h>
 
 #include <cstring>
-#include <memory>
 
 using namespace graphics;
 
@@ -28,6 +28,13 @@ VertexDeclaration quadDeclaration()
     declaration.addComponent(1, 12, UByte4, Color, 0);
     declaration.addComponent(2, 16, Float2, TexCoord0, 0);
     return declaration;
+}
+
+VertexBuffer created()
+{
+    VertexBuffer buffer;
+    buffer.createVertexBuffer(1, quadDeclaration());
+    return buffer;
 }
 
 } // namespace
@@ -403,27 +410,12 @@ void VertexBufferTest::copiesShare()
 
 void VertexBufferTest::lastHandleDeletes()
 {
-    auto buffer = std::make_unique<VertexBuffer>();
-    buffer->createVertexBuffer(1, quadDeclaration());
-    const unsigned int id = buffer->id();
-    auto copy = std::make_unique<VertexBuffer>(*buffer);
-    glrecorder::takeCalls();
-    buffer.reset();
-    QCOMPARE(glrecorder::calls(), QStringList());
-    QCOMPARE(copy->id(), id);
-    copy.reset();
-    QCOMPARE(glrecorder::calls(), QStringList{QString("glDeleteBuffers(%1)").arg(id)});
+    bufferhandles::lastOneDeletes(created);
 }
 
 void VertexBufferTest::assignmentDeletesTheFormer()
 {
-    VertexBuffer buffer;
-    buffer.createVertexBuffer(1, quadDeclaration());
-    const unsigned int id = buffer.id();
-    glrecorder::takeCalls();
-    buffer = VertexBuffer();
-    QCOMPARE(glrecorder::calls(), QStringList{QString("glDeleteBuffers(%1)").arg(id)});
-    QCOMPARE(buffer.id(), 0u);
+    bufferhandles::assignmentDeletesTheFormer(created);
 }
 
 void VertexBufferTest::secondCreateForgetsTheName()

@@ -21,7 +21,7 @@ public:
 
     BoxCloser()
     {
-        QObject::connect(&timer, &QTimer::timeout, [this] { closeBox(); });
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] { closeBox(); });
         timer.start(1);
     }
 
