@@ -116,9 +116,11 @@ void Rehearsal::begin()
     }
     // The player cannot be sent to a place before it has played for a while.
     d.player->setMuted(true);
-    connect(d.player.get(), &QMediaPlayer::seekableChanged, this, [this] {
-        seekMusic();
-        demoMain->d->player->setMuted(false);
+    connect(d.player.get(), &QMediaPlayer::seekableChanged, this, [this](bool seekable) {
+        if (seekable) {
+            seekMusic();
+            demoMain->d->player->setMuted(false);
+        }
     });
     // The driver's first frame starts music and clock. It is never seen, and nothing is said in it.
     const auto script = d.parts;

@@ -7,8 +7,9 @@
 class SourceWatch;
 
 /// The show in a window, from any of its parts on, drawn with the shaders and pictures of the
-/// source tree as they are at the moment. For those who work on a look. Any key closes it; the end
-/// of the show leaves the event loop, as in DemoWindow.
+/// source tree as they are at the moment. For those who work on a look. Any key closes it, but for
+/// Shift and its like, which may be on the way to another window. The end of the show leaves the
+/// event loop, as in DemoWindow.
 class Rehearsal : public DemoWindow
 {
     Q_OBJECT
