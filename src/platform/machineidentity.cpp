@@ -66,25 +66,10 @@ MachineIdentity::MachineIdentity(const QString& root)
 {
     // "Maker Model".
     const QString tree = firstLine(root + "/proc/device-tree/model");
-    maker = firstFilled(dmiEntry(root, "sys_vendor"), tree.section(' ', 0, 0));
-    name = firstFilled(dmiEntry(root, "product_name"), tree.section(' ', 1));
-    product = firstFilled(dmiEntry(root, "board_name"),
-                          firstFilled(systemName(root), QSysInfo::prettyProductName()));
-}
-
-QString MachineIdentity::manufacturer() const
-{
-    return maker;
-}
-
-QString MachineIdentity::model() const
-{
-    return name;
-}
-
-QString MachineIdentity::productName() const
-{
-    return product;
+    manufacturer = firstFilled(dmiEntry(root, "sys_vendor"), tree.section(' ', 0, 0));
+    model = firstFilled(dmiEntry(root, "product_name"), tree.section(' ', 1));
+    productName = firstFilled(dmiEntry(root, "board_name"),
+                              firstFilled(systemName(root), QSysInfo::prettyProductName()));
 }
 
 } // namespace platform

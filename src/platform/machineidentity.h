@@ -7,23 +7,17 @@ namespace platform {
 /// The machine's name plate, from the system's files: DMI on a PC, the device tree on a phone.
 /// What no file tells is empty; fillers of careless makers ("To be filled by O.E.M.") count as not
 /// told.
-class MachineIdentity
+struct MachineIdentity
 {
-public:
     /// Reads the files under `root`, the folder that the system's tree is seen in; once.
     explicit MachineIdentity(const QString& root = "/");
 
     /// Who made the machine.
-    QString manufacturer() const;
+    QString manufacturer;
     /// What it is called.
-    QString model() const;
+    QString model;
     /// Its maker's own name for it; where there is none, the name of the operating system.
-    QString productName() const;
-
-private:
-    QString maker;
-    QString name;
-    QString product;
+    QString productName;
 };
 
 } // namespace platform

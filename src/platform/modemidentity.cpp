@@ -46,16 +46,6 @@ ModemIdentity::ModemIdentity()
     }
 }
 
-QString ModemIdentity::imei() const
-{
-    return modemNumber;
-}
-
-QString ModemIdentity::imsi() const
-{
-    return cardNumber;
-}
-
 void ModemIdentity::askServices(const QDBusConnection& bus, const QDeadlineTimer& deadline)
 {
     QDBusMessage managerCall = managedObjectsCall(MODEM_MANAGER, "/org/freedesktop/ModemManager1");
@@ -73,15 +63,15 @@ void ModemIdentity::askServices(const QDBusConnection& bus, const QDeadlineTimer
             managerRead = true;
             readModemManager(bus, manager.reply(), deadline);
         }
-        if (!ofonoRead && ofono.isFinished() && modemNumber.isEmpty()) {
+        if (!ofonoRead && ofono.isFinished() && imei.isEmpty()) {
             ofonoRead = true;
             readOfono(bus, ofono.reply(), deadline);
         }
-        return !modemNumber.isEmpty() || (managerRead && ofonoRead);
+        return !imei.isEmpty() || (managerRead && ofonoRead);
     });
 
-    // The numbers themselves are in the show's own lines, and no business of this category.
-    if (modemNumber.isEmpty()) {
+    // The numbers themselves are in the show's own lines, and are not repeated here.
+    if (imei.isEmpty()) {
         const bool trouble = !hadTime || isTrouble(manager.reply()) || isTrouble(ofono.reply());
         qCInfo(lcPlatform, "No modem: %s",
                trouble ? "its service does not answer" : "neither ModemManager nor oFono has one");
@@ -94,13 +84,13 @@ void ModemIdentity::readModemManager(const QDBusConnection& bus, const QDBusMess
     const ManagedObjects objects = managedObjects(modems);
     for (const auto& interfaces : objects) {
         const QVariantMap modem = interfaces.value("org.freedesktop.ModemManager1.Modem");
-        modemNumber = interfaces.value("org.freedesktop.ModemManager1.Modem.Modem3gpp")
-                          .value("Imei")
-                          .toString();
-        if (modemNumber.isEmpty()) {
-            modemNumber = modem.value("EquipmentIdentifier").toString();
+        imei = interfaces.value("org.freedesktop.ModemManager1.Modem.Modem3gpp")
+                   .value("Imei")
+                   .toString();
+        if (imei.isEmpty()) {
+            imei = modem.value("EquipmentIdentifier").toString();
         }
-        if (modemNumber.isEmpty()) {
+        if (imei.isEmpty()) {
             continue;
         }
         const QString card = modem.value("Sim").value<QDBusObjectPath>().path();
@@ -112,7 +102,7 @@ void ModemIdentity::readModemManager(const QDBusConnection& bus, const QDBusMess
             << "Imsi";
         const QDBusMessage answer = bus.call(get, QDBus::Block, remainingMs(deadline));
         if (answer.type() == QDBusMessage::ReplyMessage && answer.signature() == "v") {
-            cardNumber = answer.arguments().constFirst().value<QDBusVariant>().variant().toString();
+            imsi = answer.arguments().constFirst().value<QDBusVariant>().variant().toString();
         }
         return;
     }
@@ -133,13 +123,13 @@ void ModemIdentity::readOfono(const QDBusConnection& bus, const QDBusMessage& mo
         list.beginStructure();
         list >> path >> properties;
         list.endStructure();
-        if (modemNumber.isEmpty()) {
-            modemNumber = properties.value("Serial").toString();
+        if (imei.isEmpty()) {
+            imei = properties.value("Serial").toString();
             modemPath = path.path();
         }
     }
     list.endArray();
-    if (modemNumber.isEmpty()) {
+    if (imei.isEmpty()) {
         return;
     }
     const QDBusMessage answer =
@@ -148,7 +138,7 @@ void ModemIdentity::readOfono(const QDBusConnection& bus, const QDBusMessage& mo
     if (answer.type() == QDBusMessage::ReplyMessage && answer.signature() == "a{sv}") {
         QVariantMap properties;
         answer.arguments().constFirst().value<QDBusArgument>() >> properties;
-        cardNumber = properties.value("SubscriberIdentity").toString();
+        imsi = properties.value("SubscriberIdentity").toString();
     }
 }
 

@@ -4,6 +4,8 @@
 #include <QDeadlineTimer>
 #include <QString>
 
+class QDBusMessage;
+
 namespace platform {
 
 /// The numbers of the phone's modem (IMEI) and of the card in it (IMSI), as ModemManager or else
@@ -17,8 +19,8 @@ public:
     /// Asks the services, once.
     ModemIdentity();
 
-    QString imei() const;
-    QString imsi() const;
+    QString imei;
+    QString imsi;
 
 private:
     void askServices(const QDBusConnection& bus, const QDeadlineTimer& deadline);
@@ -26,9 +28,6 @@ private:
                           const QDeadlineTimer& deadline);
     void readOfono(const QDBusConnection& bus, const QDBusMessage& modems,
                    const QDeadlineTimer& deadline);
-
-    QString modemNumber;
-    QString cardNumber;
 };
 
 } // namespace platform

@@ -9,8 +9,8 @@ namespace QtMobility {
 struct QSystemDeviceInfo::Private
 {
     platform::UPowerClient power;
-    platform::MachineIdentity machine;
-    platform::ModemIdentity modem;
+    const platform::MachineIdentity machine;
+    const platform::ModemIdentity modem;
 };
 
 QSystemDeviceInfo::QSystemDeviceInfo(QObject* parent) : QObject(parent), d(new Private)
@@ -33,27 +33,27 @@ QSystemDeviceInfo::PowerState QSystemDeviceInfo::currentPowerState() const
 
 QString QSystemDeviceInfo::manufacturer() const
 {
-    return d->machine.manufacturer();
+    return d->machine.manufacturer;
 }
 
 QString QSystemDeviceInfo::model() const
 {
-    return d->machine.model();
+    return d->machine.model;
 }
 
 QString QSystemDeviceInfo::productName() const
 {
-    return d->machine.productName();
+    return d->machine.productName;
 }
 
 QString QSystemDeviceInfo::imei() const
 {
-    return d->modem.imei();
+    return d->modem.imei;
 }
 
 QString QSystemDeviceInfo::imsi() const
 {
-    return d->modem.imsi();
+    return d->modem.imsi;
 }
 
 } // namespace QtMobility

@@ -11,11 +11,14 @@
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <QList>
 #include <QRegularExpression>
 #include <QSysInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <cstdio>
 #include <memory>
 
 namespace {
@@ -196,15 +199,15 @@ void IdentityTest::machine()
         write(files.at(i), files.at(i + 1).toUtf8());
     }
     const platform::MachineIdentity identity(root->path());
-    QCOMPARE(identity.manufacturer(), maker);
-    QCOMPARE(identity.model(), model);
-    QCOMPARE(identity.productName(), product);
+    QCOMPARE(identity.manufacturer, maker);
+    QCOMPARE(identity.model, model);
+    QCOMPARE(identity.productName, product);
 }
 
 void IdentityTest::thisMachine()
 {
     const platform::MachineIdentity identity;
-    QVERIFY(!identity.productName().isEmpty());
+    QVERIFY(!identity.productName.isEmpty());
 }
 
 /// Has the probe ask for the numbers, until they are these and come in time.
@@ -330,7 +333,7 @@ void IdentityTest::modemManager()
     QVERIFY(run(QString("ModemManager, %1").arg(QTest::currentDataTag()), imei, imsi));
     QVERIFY(service.calls().first().startsWith("GetManagedObjects"));
     if (imsi.isEmpty() && QTest::currentDataTag() != QByteArray("card that cannot be asked")) {
-        // Nobody is there to be asked for its number.
+        // There is no card to be asked for its number.
         QCOMPARE(service.calls().filter("Imsi"), QStringList());
     }
 }
@@ -453,7 +456,7 @@ void IdentityTest::servicesAreNotStarted()
     probe->environment.insert("DBUS_SYSTEM_BUS_ADDRESS", starter.address());
     QVERIFY(run("service not running"));
     QVERIFY(!QFile::exists(started));
-    // It could have been.
+    // It could have been started, though.
     starter.connection().interface()->startService(MODEM_MANAGER);
     QTRY_VERIFY(QFile::exists(started));
 }
