@@ -8,11 +8,8 @@
 #include "platform/servicelog.h"
 
 #include <QContactDisplayLabel>
-#include <QContactFetchHint>
-#include <QContactFilter>
-#include <QContactId>
-#include <QContactSortOrder>
 #include <QDeadlineTimer>
+#include <QStringList>
 
 QTCONTACTS_USE_NAMESPACE
 

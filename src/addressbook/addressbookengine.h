@@ -1,8 +1,14 @@
 #pragma once
 
 #include <QContact>
+#include <QContactFetchHint>
+#include <QContactFilter>
+#include <QContactId>
+#include <QContactManager>
 #include <QContactManagerEngine>
+#include <QContactSortOrder>
 #include <QList>
+#include <QString>
 
 namespace addressbook {
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QContactManager>
 #include <QContactManagerEngineFactory>
+#include <QMap>
+#include <QString>
 
 /// Makes the show's own address book known to QtContacts, in every program that links the show.
 ///

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <QByteArray>
 #include <QDBusConnection>
 #include <QDBusPendingCall>
 #include <QDeadlineTimer>
+#include <QString>
 #include <QStringList>
-
-#include <vector>
 
 namespace addressbook {
 

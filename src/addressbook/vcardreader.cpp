@@ -130,7 +130,7 @@ struct Card
 
 } // namespace
 
-VCardReader::VCardReader(const QDeadlineTimer& until) : deadline(until) {}
+VCardReader::VCardReader(const QDeadlineTimer& end) : deadline(end) {}
 
 void VCardReader::add(const QByteArray& text)
 {

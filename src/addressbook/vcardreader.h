@@ -15,8 +15,8 @@ namespace addressbook {
 class VCardReader
 {
 public:
-    /// Reading ends, where need be within a text, when the time `until` is over.
-    explicit VCardReader(const QDeadlineTimer& until);
+    /// Reading ends at `end`, where need be within a text.
+    explicit VCardReader(const QDeadlineTimer& end);
 
     /// Takes any number of cards, whole ones, with line ends of any kind; in UTF-16 where the text
     /// begins with its mark, otherwise each line in the encoding that it has.

@@ -7,7 +7,9 @@
 #include <QContactFetchHint>
 #include <QContactManager>
 #include <QContactSortOrder>
+#include <QList>
 #include <QVector>
+#include <QtGlobal>
 
 #include <utility>
 

@@ -2,6 +2,7 @@
 
 #include "platform/servicelog.h"
 
+#include <QProcess>
 #include <QtDebug>
 
 namespace {

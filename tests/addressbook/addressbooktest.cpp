@@ -8,10 +8,12 @@
 #include <QDBusObjectPath>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
+#include <cstdio>
 #include <memory>
 #include <sys/stat.h>
 

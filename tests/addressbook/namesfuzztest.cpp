@@ -15,6 +15,7 @@
 #include <QTest>
 #include <QWidget>
 
+#include <cstdio>
 #include <random>
 #include <string_view>
 

@@ -6,9 +6,11 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
+#include <QVector>
 
 #include <cerrno>
 #include <csignal>

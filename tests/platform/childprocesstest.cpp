@@ -3,7 +3,6 @@
 #include "support/logcapture.h"
 
 #include <QFile>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 

@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <mutex>
 #include <sys/time.h>
@@ -34,7 +35,7 @@ private:
 
 namespace {
 
-/// For ever, without giving a signal handler a chance to be the end of it.
+/// For ever, also where a signal handler returns.
 void hangInACall()
 {
     for (;;) {

@@ -27,7 +27,7 @@ void GlSurfaceGlTest::contextHasToBeCurrent()
     surface.makeCurrent();
     surface.doneCurrent();
     QCOMPARE(platform::glProblem(&surface), problem);
-    // That another one is does not help.
+    // It is no help that another one is current.
     QGLWidget other;
     other.makeCurrent();
     QCOMPARE(platform::glProblem(&surface), problem);

@@ -1,7 +1,9 @@
 #include "platform/glsurface.h"
 
 #include <QResizeEvent>
+#include <QSize>
 #include <QTest>
+#include <QVector>
 #include <QWidget>
 
 /// What a GL surface needs of the platform beyond GL.

@@ -3,9 +3,9 @@
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -42,11 +42,11 @@ void waitForEver()
     }
 }
 
-/// One that is dead and not yet reaped has no words of command.
+/// One that is dead and not yet reaped has no command line.
 bool isAlive(pid_t pid)
 {
-    QFile words(QString("/proc/%1/cmdline").arg(pid));
-    return words.open(QIODevice::ReadOnly) && !words.readAll().isEmpty();
+    QFile commandLine(QString("/proc/%1/cmdline").arg(pid));
+    return commandLine.open(QIODevice::ReadOnly) && !commandLine.readAll().isEmpty();
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "platform/polling.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QTest>

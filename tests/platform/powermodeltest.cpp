@@ -1,6 +1,7 @@
 #include "platform/powermodel.h"
 
 #include <QTest>
+#include <QVariantMap>
 #include <QVector>
 
 #include <cmath>

@@ -2,7 +2,6 @@
 #include "support/privatebus.h"
 #include "support/probe.h"
 
-#include <QDBusArgument>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
 #include <QFileInfo>
@@ -10,6 +9,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <cstdio>
 #include <memory>
 
 namespace {

@@ -8,6 +8,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <cstdio>
 #include <memory>
 
 namespace {

@@ -124,7 +124,7 @@ void ServiceLogTest::failureIsTold()
     LogCapture log;
     QProcess process;
     platform::reportSpeechFailures(&process);
-    // Doing well is no news, and takes nothing from what is.
+    // One that ends well is not reported, and a later failure still is.
     process.start("true", QStringList());
     QTRY_COMPARE(process.state(), QProcess::NotRunning);
     process.start("sh", {"-c", command});

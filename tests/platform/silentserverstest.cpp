@@ -6,8 +6,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QHostAddress>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QProcess>
 #include <QStandardPaths>
 #include <QTcpServer>
 #include <QTemporaryDir>
@@ -248,7 +250,7 @@ void SilentServersTest::bridgeToABusIsEnded()
     QFile pid(folder->filePath("pid"));
     QVERIFY(pid.open(QIODevice::ReadOnly));
     QFile bridge("/proc/" + pid.readAll().trimmed() + "/cmdline");
-    // One that is dead and not yet reaped has no words of command.
+    // One that is dead and not yet reaped has no command line.
     QVERIFY(!bridge.open(QIODevice::ReadOnly) || bridge.readAll().isEmpty());
 }
 

@@ -1,13 +1,12 @@
 #include "platform/soundguard.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QLocalServer>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <cstring>
+#include <memory>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>

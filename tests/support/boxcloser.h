@@ -1,9 +1,12 @@
 #pragma once
 
 #include <QApplication>
+#include <QDialog>
 #include <QMessageBox>
+#include <QString>
 #include <QTimer>
 #include <QVector>
+#include <QWidget>
 
 /// Closes every modal window as soon as it stands, and keeps what it said: a box that the code
 /// under test opens waits for someone to close it.

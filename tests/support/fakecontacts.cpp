@@ -2,9 +2,15 @@
 
 #include <QContact>
 #include <QContactDisplayLabel>
+#include <QContactFetchHint>
+#include <QContactFilter>
 #include <QContactId>
+#include <QContactManager>
 #include <QContactManagerEngine>
 #include <QContactManagerEngineFactory>
+#include <QContactSortOrder>
+#include <QList>
+#include <QMap>
 #include <QtPlugin>
 
 #include <memory>

@@ -7,16 +7,29 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <QMap>
+
 #define HIDDEN __attribute__((visibility("hidden")))
 
 namespace {
 
+/// What is kept of the calls.
+struct Recording
+{
+    QStringList calls;
+    QVector<glrecorder::Draw> draws;
+    QSet<unsigned int> buffers;
+    QSet<unsigned int> textures;
+    QMap<unsigned int, QByteArray> uploads;
+};
+
+Recording& recording()
+{
+    static Recording ofThisProcess;
+    return ofThisProcess;
+}
+
 glrecorder::Mode mode = glrecorder::PassThrough;
-QStringList recordedCalls;
-QVector<glrecorder::Draw> recordedDraws;
-QSet<unsigned int> buffers;
-QSet<unsigned int> textures;
-QMap<unsigned int, QByteArray> uploads;
 unsigned int arrayBuffer = 0;
 unsigned int elementBuffer = 0;
 unsigned int nextFakeName = 1;
@@ -94,7 +107,7 @@ QString modeName(unsigned int value)
 bool pass(const QString& call)
 {
     if (mode != glrecorder::PassThrough) {
-        recordedCalls.append(call);
+        recording().calls.append(call);
     }
     return mode != glrecorder::Fake;
 }
@@ -108,7 +121,7 @@ void noteDraw(unsigned int primitive, int first, int count)
     draw.mode = primitive;
     draw.first = first;
     draw.count = count;
-    draw.vertices = uploads.value(arrayBuffer);
+    draw.vertices = recording().uploads.value(arrayBuffer);
     if (mode == glrecorder::Record) {
         GLint value = 0;
         REAL(glGetIntegerv)(GL_CURRENT_PROGRAM, &value);
@@ -125,7 +138,7 @@ void noteDraw(unsigned int primitive, int first, int count)
         REAL(glGetIntegerv)(GL_BLEND_DST_RGB, &value);
         draw.blendDestination = static_cast<unsigned int>(value);
     }
-    recordedDraws.append(draw);
+    recording().draws.append(draw);
 }
 
 void makeNames(GLsizei n, GLuint* names, bool carriedOut, QSet<unsigned int>& living)
@@ -168,40 +181,40 @@ unsigned int Draw::color() const
 void start(Mode newMode)
 {
     mode = newMode;
-    recordedCalls.clear();
-    recordedDraws.clear();
+    recording().calls.clear();
+    recording().draws.clear();
 }
 
 QStringList calls()
 {
-    return recordedCalls;
+    return recording().calls;
 }
 
 QStringList takeCalls()
 {
-    const QStringList taken = recordedCalls;
-    recordedCalls.clear();
+    const QStringList taken = recording().calls;
+    recording().calls.clear();
     return taken;
 }
 
 QVector<Draw> draws()
 {
-    return recordedDraws;
+    return recording().draws;
 }
 
 QSet<unsigned int> livingBuffers()
 {
-    return buffers;
+    return recording().buffers;
 }
 
 QSet<unsigned int> livingTextures()
 {
-    return textures;
+    return recording().textures;
 }
 
 QByteArray bufferData(unsigned int buffer)
 {
-    return uploads.value(buffer);
+    return recording().uploads.value(buffer);
 }
 
 } // namespace glrecorder
@@ -233,8 +246,9 @@ HIDDEN void glBlendFunc(GLenum source, GLenum destination)
 HIDDEN void glBufferData(GLenum target, GLsizeiptr size, const void* data, GLenum usage)
 {
     const unsigned int buffer = target == GL_ARRAY_BUFFER ? arrayBuffer : elementBuffer;
-    uploads[buffer] = data ? QByteArray(static_cast<const char*>(data), static_cast<int>(size))
-                           : QByteArray(static_cast<int>(size), '\0');
+    recording().uploads[buffer] =
+        data ? QByteArray(static_cast<const char*>(data), static_cast<int>(size))
+             : QByteArray(static_cast<int>(size), '\0');
     if (pass(QString("glBufferData(%1, %2, %3, %4)")
                  .arg(constantName(target))
                  .arg(size)
@@ -267,7 +281,7 @@ HIDDEN void glClearColor(GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha
 HIDDEN void glDeleteBuffers(GLsizei n, const GLuint* names)
 {
     for (GLsizei i = 0; i < n; ++i) {
-        buffers.remove(names[i]);
+        recording().buffers.remove(names[i]);
     }
     if (pass(QString("glDeleteBuffers(%1)").arg(nameList(n, names)))) {
         REAL(glDeleteBuffers)(n, names);
@@ -277,7 +291,7 @@ HIDDEN void glDeleteBuffers(GLsizei n, const GLuint* names)
 HIDDEN void glDeleteTextures(GLsizei n, const GLuint* names)
 {
     for (GLsizei i = 0; i < n; ++i) {
-        textures.remove(names[i]);
+        recording().textures.remove(names[i]);
     }
     if (pass(QString("glDeleteTextures(%1)").arg(nameList(n, names)))) {
         REAL(glDeleteTextures)(n, names);
@@ -359,7 +373,7 @@ HIDDEN void glGenBuffers(GLsizei n, GLuint* names)
     if (carriedOut) {
         REAL(glGenBuffers)(n, names);
     }
-    makeNames(n, names, carriedOut, buffers);
+    makeNames(n, names, carriedOut, recording().buffers);
 }
 
 HIDDEN void glGenTextures(GLsizei n, GLuint* names)
@@ -368,7 +382,7 @@ HIDDEN void glGenTextures(GLsizei n, GLuint* names)
     if (carriedOut) {
         REAL(glGenTextures)(n, names);
     }
-    makeNames(n, names, carriedOut, textures);
+    makeNames(n, names, carriedOut, recording().textures);
 }
 
 HIDDEN void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLsizei width,

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QByteArray>
-#include <QMap>
 #include <QMatrix4x4>
 #include <QSet>
 #include <QStringList>

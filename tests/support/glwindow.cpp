@@ -1,5 +1,6 @@
 #include "support/glwindow.h"
 
+#include <QGLContext>
 #include <QTest>
 
 GlWindow::GlWindow()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QGLWidget>
+#include <QImage>
 
 /// A window of 800 × 480 with a current GL context, for tests that need one.
 class GlWindow : public QGLWidget

@@ -1,5 +1,5 @@
 // Linked to everything in a build that counts coverage. The counts are written when a process ends
-// by itself; one that ends with a fatal error would take its own to the grave.
+// by itself; one that ends with a fatal error would lose its own.
 #include <csignal>
 
 extern "C" void __gcov_dump();

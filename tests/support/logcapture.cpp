@@ -1,9 +1,8 @@
 #include "support/logcapture.h"
 
 #include <QMutex>
+#include <QMutexLocker>
 #include <QVector>
-
-#include <cstring>
 
 namespace {
 
@@ -15,8 +14,13 @@ struct Line
 };
 
 QMutex mutex; // Qt's media and bus threads log too.
-QVector<Line> caught;
 QtMessageHandler previous = nullptr;
+
+QVector<Line>& caught()
+{
+    static QVector<Line> lines;
+    return lines;
+}
 
 void catchLine(QtMsgType type, const QMessageLogContext& context, const QString& text)
 {
@@ -24,7 +28,7 @@ void catchLine(QtMsgType type, const QMessageLogContext& context, const QString&
         previous(type, context, text);
     }
     QMutexLocker lock(&mutex);
-    caught.append(Line{type, QString(context.category), text});
+    caught().append(Line{type, QString(context.category), text});
 }
 
 template <typename Predicate>
@@ -32,7 +36,7 @@ QStringList select(Predicate wanted)
 {
     QMutexLocker lock(&mutex);
     QStringList texts;
-    for (const Line& line : qAsConst(caught)) {
+    for (const Line& line : qAsConst(caught())) {
         if (wanted(line)) {
             texts.append(line.text);
         }
@@ -72,5 +76,5 @@ QStringList LogCapture::platformLines() const
 void LogCapture::clear()
 {
     QMutexLocker lock(&mutex);
-    caught.clear();
+    caught().clear();
 }

@@ -1,6 +1,8 @@
 #include "support/picturecompare.h"
 
 #include <QDir>
+#include <QPixelFormat>
+#include <QPoint>
 #include <QStringList>
 
 #include <algorithm>

@@ -18,15 +18,18 @@
 #include "platform/silentservers.h"
 
 #include <QContact>
+#include <QContactDetail>
 #include <QContactDisplayLabel>
 #include <QContactFetchHint>
-#include <QContactIdFilter>
+#include <QContactId>
 #include <QContactInvalidFilter>
 #include <QContactManager>
 #include <QContactSortOrder>
 #include <QCoreApplication>
 #include <QDBusPendingCallWatcher>
 #include <QElapsedTimer>
+#include <QList>
+#include <QMap>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -240,29 +243,12 @@ int main(int argc, char* argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");
     const QString what = application.arguments().value(1);
-    if (what == "buses") {
-        return buses();
-    }
     if (what == "servers") {
         return servers(ms);
     }
-    if (what == "contacts") {
-        return contacts();
-    }
-    if (what == "contact") {
-        return contact();
-    }
-    if (what == "friends") {
-        return friends();
-    }
-    if (what == "power") {
-        return power();
-    }
-    if (what == "identity") {
-        return identity();
-    }
-    if (what == "inhibit") {
-        return inhibit();
-    }
-    return 2;
+    const QMap<QString, int (*)()> uses = {
+        {"buses", buses}, {"contacts", contacts}, {"contact", contact}, {"friends", friends},
+        {"power", power}, {"identity", identity}, {"inhibit", inhibit}};
+    const auto use = uses.value(what);
+    return use ? use() : 2;
 }

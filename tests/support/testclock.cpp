@@ -9,7 +9,8 @@ namespace {
 bool owned = false;
 long long milliseconds = 0;
 
-/// Noon somewhere is noon here only with a fixed zone; far from midnight, where QTime wraps.
+/// A fixed zone, so that the noon that is set is noon here, too: far from midnight, where QTime
+/// wraps. Set before main, so that no QTime has seen another.
 const bool zoneSet = [] {
     setenv("TZ", "UTC", 1);
     tzset();
