@@ -15,9 +15,9 @@ namespace graphics {
 class PausingDevice : public QPaintDevice
 {
 public:
-    /// Has GL finish before the first draw and then before every `draws`-th one. `painter` is one
-    /// that paints on GL; it must be active for as long as this is painted on, and keeps the last
-    /// pen and composition mode.
+    /// Has GL finish before the first draw and then before every `draws`-th one, which is 1 or
+    /// more. `painter` is the caller's and paints on GL; it must be active for as long as this is
+    /// painted on, and keeps the last pen and composition mode.
     PausingDevice(QPainter& painter, int draws);
     ~PausingDevice() override;
 

@@ -11,6 +11,7 @@
 
 #include <cmath>
 #include <memory>
+#include <utility>
 #include <vector>
 
 using radial::Node;
@@ -776,13 +777,13 @@ void RadialEffectTest::updateDoesNothing()
 
 void RadialEffectTest::deletingThePartFreesTheTree()
 {
-    auto* effect = new RadialEffect;
+    auto effect = std::make_unique<RadialEffect>();
     effect->reset();
     effect->addBranches();
     QVector<Node> shared = effect->d->root.branches;
     QVERIFY(!shared.isDetached());
     // Not a shared pointer of Qt's: that one remembers the class it was made with.
-    std::unique_ptr<DemoPart> part(effect);
+    std::unique_ptr<DemoPart> part = std::move(effect);
     part.reset();
     QVERIFY(shared.isDetached());
 }

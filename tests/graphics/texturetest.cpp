@@ -33,13 +33,13 @@ namespace {
 /// A handle on the GL texture of that name.
 Texture textureNamed(unsigned int id)
 {
-    auto* record = new TexturePrivateData;
+    auto record = std::make_unique<TexturePrivateData>();
     record->filename = QString("picture %1").arg(id);
     record->textureId = id;
     record->width = id + 1;
     record->height = id + 2;
     Texture texture;
-    *texture.d = TexturePrivate(record);
+    *texture.d = TexturePrivate(record.release());
     return texture;
 }
 

@@ -30,11 +30,18 @@ VertexDeclaration quadDeclaration()
     return declaration;
 }
 
-VertexBuffer created()
+/// A buffer of one vertex, with nothing recorded since.
+VertexBuffer createdWith(const VertexDeclaration& declaration)
 {
     VertexBuffer buffer;
-    buffer.createVertexBuffer(1, quadDeclaration());
+    buffer.createVertexBuffer(1, declaration);
+    glrecorder::takeCalls();
     return buffer;
+}
+
+VertexBuffer created()
+{
+    return createdWith(quadDeclaration());
 }
 
 } // namespace
@@ -282,9 +289,7 @@ void VertexBufferTest::unlockUploadsTheCopy()
 
 void VertexBufferTest::bindPointsTheAttributes()
 {
-    VertexBuffer buffer;
-    buffer.createVertexBuffer(4, quadDeclaration());
-    glrecorder::takeCalls();
+    VertexBuffer buffer = createdWith(quadDeclaration());
     buffer.bind();
     QCOMPARE(glrecorder::calls(),
              (QStringList{QString("glBindBuffer(GL_ARRAY_BUFFER, %1)").arg(buffer.id()),
@@ -298,9 +303,7 @@ void VertexBufferTest::bindPointsTheAttributes()
 
 void VertexBufferTest::bindWithoutComponents()
 {
-    VertexBuffer buffer;
-    buffer.createVertexBuffer(4, VertexDeclaration());
-    glrecorder::takeCalls();
+    VertexBuffer buffer = createdWith(VertexDeclaration());
     buffer.bind();
     QCOMPARE(glrecorder::calls(),
              QStringList{QString("glBindBuffer(GL_ARRAY_BUFFER, %1)").arg(buffer.id())});
@@ -311,9 +314,7 @@ void VertexBufferTest::unknownTypeGoesByTheOneBefore()
     VertexDeclaration declaration;
     declaration.addComponent(0, 0, UByte4, Color, 0);
     declaration.addComponent(4, 8, UNKNOWN_TYPE, OTHER_USAGE, 0);
-    VertexBuffer buffer;
-    buffer.createVertexBuffer(1, declaration);
-    glrecorder::takeCalls();
+    VertexBuffer buffer = createdWith(declaration);
     buffer.bind();
     QCOMPARE(glrecorder::calls().mid(1),
              (QStringList{"glVertexAttribPointer(0, 4, GL_UNSIGNED_BYTE, true, 4, 0)",
@@ -327,9 +328,7 @@ void VertexBufferTest::unbindDisablesTheAttributes()
     VertexDeclaration declaration;
     declaration.addComponent(2, 0, Float2, TexCoord0, 0);
     declaration.addComponent(0, 8, Float3, Position, 0);
-    VertexBuffer buffer;
-    buffer.createVertexBuffer(1, declaration);
-    glrecorder::takeCalls();
+    VertexBuffer buffer = createdWith(declaration);
     buffer.unbind();
     QCOMPARE(glrecorder::calls(),
              (QStringList{"glBindBuffer(GL_ARRAY_BUFFER, 0)", "glDisableVertexAttribArray(2)",
