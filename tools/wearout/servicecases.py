@@ -1,18 +1,18 @@
 """Everything that the show may find in place of what it hopes for, one case each."""
 
 import os
-import shutil
+import shlex
 import socket
 import subprocess
 from dataclasses import dataclass, field
 
-from surroundings import Falterer
+from surroundings import NO_BUS
+from surroundings.show import (
+    FIRST_PART_S, MUSIC, NO_MUSIC_LINE, NO_SOUND_LINE, NO_SPEECH_LINE, PART_S)
+from wearout.trials import write_program
 
-ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-MUSIC = os.path.join(ROOT, "music/beat.mp3")
-NOWHERE = "unix:path=/nonexistent"
-# The first line is spoken in the fourth part.
-TWO_LINES_S = 4.2 + 3 * 4.8 + 1.5
+# The first line is spoken in the fourth part, the second in the fifth.
+TWO_LINES_S = FIRST_PART_S + 3 * PART_S + 1.5
 
 
 @dataclass
@@ -25,27 +25,24 @@ class Case:
     ends: bool = False  # By itself, with code 1 and a line that says why.
 
 
-def speaker(folder, name, script, mode=0o755):
-    """A synthesiser that is this script: the PATH to find it in."""
+def synthesiser(folder, name, script, mode=0o755):
+    """One that is this script: the change of the environment with which it is found."""
     place = os.path.join(folder, name)
     os.makedirs(place)
-    path = os.path.join(place, "espeak")
-    with open(path, "w", encoding="utf-8") as file:
-        file.write(script)
-    os.chmod(path, mode)
+    write_program(os.path.join(place, "espeak"), script, mode)
     return {"PATH": place + ":/usr/bin:/bin"}
 
 
-def buses(silence, quiet, bus):
+def buses(silence, frozen_saver, bus):
     unix, port = silence.path, silence.port
     for name, address in (
-            ("no-session-bus", NOWHERE),
+            ("no-session-bus", NO_BUS),
             ("silent-session-bus", "unix:path=" + unix),
             ("silent-session-bus-tcp", f"tcp:host=127.0.0.1,port={port}"),
             ("silent-session-bus-program", "unixexec:path=/bin/sleep,argv1=600"),
-            ("silent-session-bus-of-two", f"{NOWHERE};unix:path={unix}"),
+            ("silent-session-bus-of-two", f"{NO_BUS};unix:path={unix}"),
             ("nonsense-for-a-bus", "nonsense"),
-            ("silent-screen-saver", quiet.address)):
+            ("silent-screen-saver", frozen_saver.address)):
         yield Case(name, {"DBUS_SESSION_BUS_ADDRESS": address})
     for name, address in (
             ("silent-system-bus", "unix:path=" + unix),
@@ -58,53 +55,54 @@ def buses(silence, quiet, bus):
 
 
 def voices(folder, empty):
-    yield Case("no-synthesiser", {"PATH": empty}, told="No speech", play_s=TWO_LINES_S)
-    yield Case("failing-synthesiser", speaker(folder, "fails", "#!/bin/sh\nexit 1\n"),
-               told="No speech", play_s=TWO_LINES_S)
-    yield Case("crashing-synthesiser", speaker(folder, "crashes", "#!/bin/sh\nkill -SEGV $$\n"),
-               told="No speech", play_s=TWO_LINES_S)
-    yield Case("synthesiser-no-program", speaker(folder, "rubbish", "\0\1\2"), told="No speech",
-               play_s=TWO_LINES_S)
+    for name, changes in (
+            ("no-synthesiser", {"PATH": empty}),
+            ("failing-synthesiser", synthesiser(folder, "fails", "#!/bin/sh\nexit 1\n")),
+            ("crashing-synthesiser",
+             synthesiser(folder, "crashes", "#!/bin/sh\nkill -SEGV $$\n")),
+            ("synthesiser-no-program", synthesiser(folder, "rubbish", "\0\1\2"))):
+        yield Case(name, changes, told=NO_SPEECH_LINE, play_s=TWO_LINES_S)
     # The next of that name is taken, further down the path.
-    yield Case("forbidden-synthesiser", speaker(folder, "forbidden", "#!/bin/sh\n", 0o644))
-    yield Case("chattering-synthesiser", speaker(folder, "chatters", "#!/bin/sh\nyes & yes >&2\n"))
+    yield Case("forbidden-synthesiser", synthesiser(folder, "forbidden", "#!/bin/sh\n", 0o644))
+    yield Case("chattering-synthesiser",
+               synthesiser(folder, "chatters", "#!/bin/sh\nyes & yes >&2\n"))
 
 
-def sounds(folder, silence, server):
-    """`server`: a sound server that answers, or None."""
+def sounds(folder, silence, faltering):
+    """`faltering`: a sound server that does not go on answering, or None."""
     client = os.path.join(folder, "client.conf")
     with open(client, "w", encoding="utf-8") as file:
         file.write(f"default-server = unix:{silence.path}\nautospawn = no\n")
-    nowhere = os.path.join(folder, "no-runtime-folder")
-    for name, changes, told in (
-            ("silent-sound-server", {"PULSE_SERVER": "unix:" + silence.path}, "No sound"),
-            ("silent-sound-server-bare", {"PULSE_SERVER": silence.path}, "No sound"),
-            ("silent-sound-server-tcp", {"PULSE_SERVER": f"tcp:127.0.0.1:{silence.port}"},
-             "No sound"),
-            ("silent-sound-server-host", {"PULSE_SERVER": f"127.0.0.1:{silence.port}"},
-             "No sound"),
-            ("silent-sound-server-of-two",
-             {"PULSE_SERVER": f"unix:/nonexistent tcp:127.0.0.1:{silence.port}"}, "No sound"),
+    local = f"127.0.0.1:{silence.port}"
+    for name, changes in (
+            ("silent-sound-server", {"PULSE_SERVER": "unix:" + silence.path}),
+            ("silent-sound-server-bare", {"PULSE_SERVER": silence.path}),
+            ("silent-sound-server-tcp", {"PULSE_SERVER": "tcp:" + local}),
+            ("silent-sound-server-host", {"PULSE_SERVER": local}),
+            ("silent-sound-server-of-two", {"PULSE_SERVER": "unix:/nonexistent tcp:" + local}),
             ("silent-sound-server-configured",
-             {"PULSE_SERVER": None, "PULSE_CLIENTCONFIG": client}, "No sound"),
+             {"PULSE_SERVER": None, "PULSE_CLIENTCONFIG": client}),
             ("empty-name-of-sound-server",
-             {"PULSE_SERVER": "", "XDG_RUNTIME_DIR": nowhere}, "No sound"),
-            ("no-runtime-folder",
-             {"PULSE_SERVER": None, "XDG_RUNTIME_DIR": None, "DBUS_SESSION_BUS_ADDRESS": None},
-             "")):
-        yield Case(name, changes, told=told)
-    if server:
-        faltering = Falterer(folder, server.path)
+             {"PULSE_SERVER": "", "XDG_RUNTIME_DIR": os.path.join(folder, "no-runtime-folder")})):
+        yield Case(name, changes, told=NO_SOUND_LINE)
+    yield Case("no-runtime-folder", {"PULSE_SERVER": None, "XDG_RUNTIME_DIR": None,
+                                     "DBUS_SESSION_BUS_ADDRESS": None})
+    if faltering:
         yield Case("faltering-sound-server", {"PULSE_SERVER": "unix:" + faltering.path},
-                   told="No sound")
+                   told=NO_SOUND_LINE)
+
+
+def musics(folder):
+    """A pipe in place of the music. Nobody writes to it; one that opened it would wait for ever.
+    It is there for the program alone, in a space of mounts of its own."""
     fifo = os.path.join(folder, "beat.mp3")
     os.mkfifo(fifo)
-    # Nobody writes to it; one that opened it would wait for ever.
     unshare = ["unshare", "--mount"] + ([] if os.getuid() == 0 else ["--map-root-user"])
-    in_place = (*unshare, "sh", "-c", f'mount --bind "{fifo}" "{MUSIC}" && exec "$0"')
-    if subprocess.run([*in_place[:-1], f'mount --bind "{fifo}" "{MUSIC}"'], check=False,
+    mount = shlex.join(["mount", "--bind", fifo, MUSIC])
+    if subprocess.run([*unshare, "sh", "-c", mount], check=False,
                       stderr=subprocess.DEVNULL).returncode == 0:
-        yield Case("music-is-a-pipe", before=in_place, told="No music")
+        yield Case("music-is-a-pipe", before=(*unshare, "sh", "-c", mount + ' && exec "$0"'),
+                   told=NO_MUSIC_LINE)
     else:
         print("left out: music-is-a-pipe (nothing can be mounted here)", flush=True)
 
@@ -125,10 +123,11 @@ def pictures():
 
 
 def owners(folder, chance):
+    """Address books, and homes."""
     cards = os.path.join(folder, "cards")
     os.makedirs(os.path.join(cards, "contacts"))
     with open(os.path.join(cards, "contacts/a.vcf"), "wb") as file:
-        file.write(chance.randbytes(1 << 20))
+        file.write(chance.bytes(1 << 20))
     yield Case("no-such-address-book", {"QTCONTACTS_MANAGER_OVERRIDE": "nosuchbook"})
     yield Case("rubbish-for-cards", {"XDG_DATA_HOME": cards})
     yield Case("no-home", {"HOME": "/nonexistent", "XDG_RUNTIME_DIR": "/nonexistent",
@@ -136,16 +135,14 @@ def owners(folder, chance):
     yield Case("no-language", {"LANG": None, "LC_ALL": None, "LC_CTYPE": None})
 
 
-def every(folder, chance, silence, quiet, bus, server):
+def every(trials, silence, frozen_saver, faltering):
+    folder = trials.folder
     empty = os.path.join(folder, "empty")
     os.makedirs(empty, 0o700)
     yield Case("no-address-of-a-bus", {"DBUS_SESSION_BUS_ADDRESS": None, "XDG_RUNTIME_DIR": empty})
-    yield from buses(silence, quiet, bus)
+    yield from buses(silence, frozen_saver, trials.bus)
     yield from voices(folder, empty)
-    yield from sounds(folder, silence, server)
+    yield from sounds(folder, silence, faltering)
+    yield from musics(folder)
     yield from pictures()
-    yield from owners(folder, chance)
-
-
-def has_sound_server():
-    return shutil.which("pulseaudio") is not None
+    yield from owners(folder, trials.chance)

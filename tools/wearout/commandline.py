@@ -1,0 +1,93 @@
+"""Wears the show out, in bounded time, and says what gave way.
+
+Whole shows in a row in one process; starts ended by a key, by a signal, or by the death of the
+screen, each at a random moment; a storm of resizes; screens of other sizes without a window
+manager; each service missing, failing or silent in turn; sound servers that freeze in the midst of
+the show. After every start: the exit code, no process left behind, nothing left in the temporary
+folder, the screen saver released; and the first frame within 3 s and the end within 2 s, times the
+patience that a busy machine may ask for. A start that fails leaves its log in build/endurance; the
+seed is printed at the end. Needs the debug preset built, and the packages of the sets "check" and
+"record". Exit code 1 where something gave way.
+"""
+
+import argparse
+import signal
+import sys
+import time
+from dataclasses import dataclass
+from typing import Callable
+
+from wearout import frozen, services, shows, sizes, starts
+from wearout.trials import Chance, Trials
+
+
+@dataclass(frozen=True)
+class Kind:
+    """Of trials. `seconds`: about so long one of them takes."""
+
+    name: str
+    run: Callable
+    count: int
+    seconds: float
+    what: str
+
+
+KINDS = (
+    Kind("keys", starts.keys, 300, 1.0, "starts ended by a key"),
+    Kind("signals", starts.signals, 100, 1.0, "starts ended by a signal"),
+    Kind("screens", starts.screens, 20, 1.0, "starts ended by the death of the screen"),
+    Kind("resizes", sizes.resizes, 200, 0.01, "resizes of one start"),
+    Kind("sizes", sizes.sizes, 1, 10.0, "rounds of screens of other sizes"),
+    Kind("services", services.services, 1, 100.0, "rounds of services that fail"),
+    Kind("frozen", frozen.frozen, 1, 100.0, "rounds of sound servers that freeze"),
+    Kind("shows", shows.shows, 100, 1.0, "whole shows in a row"),
+)
+
+
+def count(text):
+    number = int(text)
+    if number < 0:
+        raise argparse.ArgumentTypeError("cannot be negative")
+    return number
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(
+        prog="tools/endurance", description=__doc__,
+        formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--seed", type=int, default=int(time.time()),
+                        help="of what is drawn at random; the same gives the same trials (the "
+                             "time)")
+    parser.add_argument("--patience", type=float, default=1,
+                        help="so many times as long as promised may a first frame and an end take "
+                             "(1)")
+    for kind in KINDS:
+        parser.add_argument("--" + kind.name, type=count, default=kind.count, metavar="N",
+                            help=f"{kind.what} ({kind.count}); 0 leaves them out")
+    return parser.parse_args(arguments)
+
+
+def expected_minutes(options):
+    return sum(kind.seconds * getattr(options, kind.name) for kind in KINDS) / 60
+
+
+def main():
+    options = parse(sys.argv[1:])
+    # So that what was started is ended.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    print("Wearing the show out with",
+          ", ".join(f"{getattr(options, kind.name)} {kind.what}" for kind in KINDS
+                    if getattr(options, kind.name)) + ";")
+    print(f"about {expected_minutes(options):.0f} minutes on two cores that do nothing else. "
+          f"Seed {options.seed}", flush=True)
+    with Trials(Chance(options.seed), options.patience) as trials:
+        for kind in KINDS:
+            number = getattr(options, kind.name)
+            if number:
+                begin = time.monotonic()
+                failures = trials.failures
+                kind.run(trials, number)
+                print(f"{kind.name}: {number} in {time.monotonic() - begin:.0f} s, "
+                      f"{trials.failures - failures} failed", flush=True)
+        print(f"{trials.failures} failures, seed {options.seed}")
+        return 1 if trials.failures else 0
