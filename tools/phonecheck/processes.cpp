@@ -37,7 +37,7 @@ class Startable
 public:
     explicit Startable(const char* program) : m_program(program)
     {
-        static const char SUFFIX[] = ".armhf";
+        static const char SUFFIX[] = ".emulated"; // As in toolchain.cmake.
         const size_t suffix = sizeof SUFFIX - 1;
         const size_t length = std::strlen(program);
         if (length > suffix && length < sizeof m_script &&

@@ -1,0 +1,108 @@
+"""Shows on a PC that the show runs where the toolkit knows OpenGL ES only, as on a phone, and under
+Wayland, as phones have it today. All four sections when none is named:
+
+  tests    the tests with the label gl, built for the phone, in a context of strictly ES 2.0
+  frames   frames of all parts, drawn by that build and by the PC's own, and how far they differ
+  show     ten seconds of the phone's program on a virtual screen, ended by a key
+  wayland  ten seconds of the PC's program under a Wayland compositor, ended by SIGTERM
+
+Debian builds Qt on OpenGL ES for armhf. The packages are unpacked into build/phone, and nothing of
+them is installed; programs are cross-compiled and run in qemu's user mode. Mesa's front end, which
+compiles the shaders and judges the calls, runs there, held to 2.0; its back end, the drawing, is
+handed to a server outside the emulator and is a hundred times faster for it. Pictures and logs:
+build/phone, a folder for each architecture and release. Exit code 1 where something was found.
+"""
+
+import argparse
+import os
+import signal
+import subprocess
+import sys
+
+from phonecheck import builds, frames, gltests, show, sysroot, wayland
+from phonecheck.emulator import DRAWS_OUTSIDE, Emulator
+from phonecheck.target import ARCHITECTURES, RELEASES, Target
+from phonecheck.workplace import StepFailed, Workplace
+from surroundings.show import ROOT
+
+SECTIONS = {"tests": gltests.check, "frames": frames.check, "show": show.check,
+            "wayland": wayland.check}
+# Those that run the phone's programs.
+EMULATED = ("tests", "frames", "show")
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(
+        prog="tools/phone-check", description=__doc__,
+        formatter_class=argparse.RawDescriptionHelpFormatter)
+    # Choices would forbid to name none.
+    parser.add_argument("sections", nargs="*", metavar="SECTION",
+                        help="one of " + ", ".join(SECTIONS))
+    parser.add_argument("--architecture", choices=ARCHITECTURES, default="armhf",
+                        help="of the phone (armhf)")
+    parser.add_argument("--release", choices=RELEASES, default="bookworm",
+                        help="of Debian, on the phone (bookworm)")
+    parser.add_argument("--only", metavar="PATTERN", default="",
+                        help="of the tests, those whose names match")
+    parser.add_argument("--leave-out", metavar="PATTERN", default=os.environ.get("LEAVE_OUT", ""),
+                        help="of the tests, leave out those whose names match; those of the whole "
+                             "show take most of the time (the variable LEAVE_OUT)")
+    parser.add_argument("--moments", metavar="SECONDS,…", default=frames.DEFAULT_MOMENTS,
+                        type=lambda text: tuple(text.split(",")),
+                        help="when in each part a frame is compared "
+                             f"({','.join(frames.DEFAULT_MOMENTS)})")
+    parser.add_argument("--renderer", metavar="DRIVER",
+                        default=os.environ.get("RENDERER", DRAWS_OUTSIDE),
+                        help="Mesa's driver on the phone; llvmpipe keeps the drawing in the "
+                             f"emulator, at two seconds a frame (the variable RENDERER, or "
+                             f"{DRAWS_OUTSIDE})")
+    parser.add_argument("--mirror", metavar="URI", default=os.environ.get("DEBIAN_MIRROR", ""),
+                        help="of Debian (the variable DEBIAN_MIRROR, or this machine's own)")
+    options = parser.parse_args(arguments)
+    for section in options.sections:
+        if section not in SECTIONS:
+            parser.error(f"there is nothing called '{section}' to check")
+    options.sections = options.sections or list(SECTIONS)
+    return options
+
+
+def announce(options):
+    print(f"Checking {', '.join(options.sections)} as on a phone ({options.architecture}, "
+          f"{options.release}).")
+    print("About 1 minute for the libraries the first time, N minutes to build the tests, N to run "
+          "them, N for frames, half a minute each for show and wayland.", flush=True)
+
+
+def run(options):
+    target = Target(ARCHITECTURES[options.architecture], RELEASES[options.release])
+    if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "build", "play", "phone"],
+                      check=False).returncode != 0:
+        raise StepFailed("not all that is needed could be installed")
+    with Workplace(target) as place:
+        emulator = Emulator(place, options.renderer)
+        if any(section in EMULATED for section in options.sections):
+            sysroot.provide(place, options.mirror)
+            emulator.provide()
+            builds.configure_phone(place, emulator)
+            emulator.check_context()
+        for name, check in SECTIONS.items():
+            if name in options.sections:
+                try:
+                    check(place, emulator, options)
+                except StepFailed as failure:
+                    place.failed(f"{name}: {failure}")
+        return 1 if place.failures else 0
+
+
+def main():
+    options = parse(sys.argv[1:])
+    # So that what was started is ended.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    announce(options)
+    try:
+        return run(options)
+    except StepFailed as failure:
+        print(f"phone-check: {failure}", file=sys.stderr)
+        return 1
+    except KeyboardInterrupt:
+        return 128 + signal.SIGINT

@@ -1,0 +1,119 @@
+"""Runs the phone's programs on this machine, and what they draw with."""
+
+import os
+import shlex
+import socket
+import subprocess
+import time
+
+from phonecheck.workplace import StepFailed
+from surroundings.screen import Screen
+from surroundings.show import ROOT
+
+SOURCES = os.path.join(ROOT, "tools/phonecheck")
+# Beside PROGRAM, which runs it; see toolchain.cmake and processes.cpp.
+EMULATED_SUFFIX = ".emulated"
+# Where Mesa looks for the drawing server, and nowhere else.
+SERVER_SOCKET = "/tmp/.virgl_test"
+SERVER_STARTS_WITHIN_S = 5
+# Mesa's driver that hands the drawing to that server.
+DRAWS_OUTSIDE = "virpipe"
+
+
+class Emulator:
+    """Two scripts: one runs a program of the phone's, the other is what toolchain.cmake wants."""
+
+    def __init__(self, place, renderer):
+        self.place = place
+        self.renderer = renderer
+        self.run = place.path("emulate")
+        self.launcher = place.path("launcher")
+        self.processes = place.path("processes.so")
+
+    def provide(self):
+        if self.renderer == DRAWS_OUTSIDE:
+            self.start_drawing_server()
+        self.compile("processes.log", "-shared", os.path.join(SOURCES, "processes.cpp"),
+                     "-o", self.processes)
+        write_script(self.run, self.script())
+        write_script(self.launcher,
+                     f'exec {shlex.quote(self.run)} "$0{EMULATED_SUFFIX}" "$@"')
+
+    def script(self):
+        """The settings go to the emulated program alone: a virtual screen of this machine would
+        heed them. There is one look at the sound plugins for all, where they are, in the process
+        that asks: GStreamer's scanner is no program of this machine."""
+        settings = {
+            "LD_PRELOAD": self.processes,
+            "LIBGL_ALWAYS_SOFTWARE": "1",
+            "GALLIUM_DRIVER": self.renderer,
+            "MESA_GLES_VERSION_OVERRIDE": "2.0",
+            "GST_PLUGIN_SYSTEM_PATH": os.path.join(self.place.libraries, "gstreamer-1.0"),
+            "GST_REGISTRY": self.place.path("gstreamer.registry"),
+            "GST_REGISTRY_FORK": "no",
+        }
+        words = [self.place.target.architecture.emulator, "-L", self.place.sysroot]
+        for name, value in settings.items():
+            words += ["-E", f"{name}={value}"]
+        return f'exec {shlex.join(words)} "$@"'
+
+    def start_drawing_server(self):
+        if is_answered(SERVER_SOCKET):
+            raise StepFailed("another virgl_test_server is running, perhaps another check's")
+        if os.path.exists(SERVER_SOCKET):
+            os.remove(SERVER_SOCKET)
+        server = self.place.start(self.place.path("renderer.log"),
+                                  ["virgl_test_server", "--use-egl-surfaceless"])
+        deadline = time.monotonic() + SERVER_STARTS_WITHIN_S
+        while not os.path.exists(SERVER_SOCKET):
+            if server.poll() is not None or time.monotonic() > deadline:
+                raise StepFailed("virgl_test_server could not be started")
+            time.sleep(0.1)
+
+    def compile(self, log_name, *arguments):
+        self.place.step(log_name, [self.place.target.compiler, f"--sysroot={self.place.sysroot}",
+                                   "-fPIC", "-O1", "-w", *arguments])
+
+    def check_context(self):
+        """What a QGLWidget of the phone's build gets."""
+        probe = self.place.path("contextprobe")
+        flags = subprocess.run(
+            ["pkg-config", "--cflags", "--libs", "Qt5OpenGL", "Qt5Widgets", "glesv2"],
+            env=dict(os.environ, PKG_CONFIG_SYSROOT_DIR=self.place.sysroot,
+                     PKG_CONFIG_LIBDIR=":".join((
+                         os.path.join(self.place.libraries, "pkgconfig"),
+                         os.path.join(self.place.sysroot, "usr/share/pkgconfig")))),
+            capture_output=True, text=True, check=True).stdout.split()
+        self.compile("contextprobe-build.log", os.path.join(SOURCES, "contextprobe.cpp"),
+                     "-o", probe, *flags)
+        log_path = self.place.path("contextprobe.log")
+        with Screen() as screen, open(log_path, "w", encoding="utf-8") as log:
+            told = subprocess.run([self.run, probe], stdout=subprocess.PIPE, stderr=log, text=True,
+                                  env=self.place.environment(DISPLAY=screen.display), check=False)
+        print(told.stdout, end="")
+        if told.returncode == 0:
+            self.place.passed("the context is strictly OpenGL ES 2.0")
+        else:
+            self.place.failed(f"the context is not OpenGL ES 2.0; see {log_path}")
+
+
+def write_script(path, line):
+    """Only where it is another one: what depends on it need not be built again."""
+    text = f"#!/bin/sh\n{line}\n"
+    if os.path.exists(path):
+        with open(path, encoding="utf-8") as file:
+            if file.read() == text:
+                return
+    with open(path, "w", encoding="utf-8") as file:
+        file.write(text)
+    os.chmod(path, 0o755)
+
+
+def is_answered(path):
+    """Whether somebody takes calls at a socket."""
+    with socket.socket(socket.AF_UNIX) as caller:
+        try:
+            caller.connect(path)
+        except OSError:
+            return False
+    return True
