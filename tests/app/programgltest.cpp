@@ -403,7 +403,8 @@ void ProgramGlTest::startsWithWhatIsSilent()
     show.waitForFinished();
     QVERIFY2(begun, log);
     QVERIFY2(ended && show.exitStatus() == QProcess::NormalExit && show.exitCode() == 0, log);
-    QVERIFY2(log.count(line) == 1 || line.isEmpty(), log);
+    // Qt counts an empty text two thousand million times, and then gives up.
+    QVERIFY2(line.isEmpty() || log.count(line) == 1, log);
 }
 
 void ProgramGlTest::soundServerThatFreezesAtTheBeginning_data()
