@@ -58,7 +58,7 @@ gain=0
 for turn in 1 2 3 4; do
     master "$gain"
     now=$(loudness master.wav)
-    echo "   gain $gain dB: $now LUFS"
+    echo "   turn $turn, gain $gain dB: $now LUFS"
     gain=$(python3 -c "print(round($gain + ($LOUDNESS - $now), 2))")
 done
 

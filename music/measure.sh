@@ -53,7 +53,7 @@ sox -V1 decoded.wav -e float -b 32 -t raw band_high.raw  remix - sinc -t 40 3500
 
 if [ "${1:-}" = --pictures ]; then
     sox -V1 decoded.wav -n remix - spectrogram -x 2000 -Y 600 -z 90 -t 'beat' -o beat.png
-    while read -r from to name; do
+    while read -r from to _; do
         sox -V1 decoded.wav -n remix - rate 11025 trim "$from" "=$to" spectrogram -x 1600 -Y 600 -z 70 -o "section_$from.png"
     done < sections.txt
 fi

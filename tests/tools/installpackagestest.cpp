@@ -42,7 +42,9 @@ void InstallPackagesTest::init()
 {
     folder.reset(new QTemporaryDir);
     QVERIFY(QDir(folder->path()).mkpath("bin") && QDir(folder->path()).mkpath("tools"));
-    QVERIFY(QFile::copy(TOOLS "/install-packages", folder->filePath("tools/install-packages")));
+    for (const QString name : {"install-packages", "common.sh"}) {
+        QVERIFY(QFile::copy(TOOLS "/" + name, folder->filePath("tools/" + name)));
+    }
     writeScript(
         "bin/dpkg-query",
         "[[ $INSTALLED == '*' || \" $INSTALLED \" == *\" ${!#} \"* ]] && echo -n installed\n");

@@ -1,4 +1,4 @@
-# Tests of the scripts in tools/ that everybody runs.
+# Tests of the scripts in tools/ that everybody runs, and of what others decide.
 foreach(name hearmusictest installpackagestest)
   pixmoth_add_test(tools ${name})
   target_compile_definitions(${name} PRIVATE TOOLS="${PROJECT_SOURCE_DIR}/tools")
@@ -15,4 +15,14 @@ foreach(name rehearsalgltest rehearsalmusicgltest)
   target_compile_definitions(${name} PRIVATE RESOURCES="${PROJECT_SOURCE_DIR}/src/resources")
   target_link_libraries(${name} PRIVATE pixmoth-rehearsal)
   target_sources(${name} PRIVATE $<TARGET_OBJECTS:pixmoth-rehearsal>)
+endforeach()
+
+# Tools that are written in Python are tested in Python.
+foreach(name endurancetest phonechecktest toolstest)
+  add_test(NAME ${name} COMMAND python3 -m unittest -v ${name}
+    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/tools)
+  set_tests_properties(${name} PROPERTIES
+    LABELS nogl
+    TIMEOUT 240
+    ENVIRONMENT "PYTHONPATH=${PROJECT_SOURCE_DIR}/tools;PYTHONDONTWRITEBYTECODE=1")
 endforeach()
