@@ -21,7 +21,7 @@ public:
     /// For a connected session bus. Asks nothing yet.
     explicit EvolutionBooks(const QDBusConnection& sessionBus);
 
-    /// Gives the vCards of all books that answer until `deadline` to `reader`, each book's as they
+    /// Gives the vCards of all books that answer by `deadline` to `reader`, each book's as they
     /// come. The answer says what could not be read; it is empty where all went well, also where
     /// there is no such server. Call it once.
     QString read(VCardReader& reader, const QDeadlineTimer& deadline);

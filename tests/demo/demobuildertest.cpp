@@ -14,7 +14,10 @@
 
 namespace {
 
-const QStringList FOUR_FRIENDS = {"Anna Berg", "Bo", "Cleo Cox", "Dan"};
+QStringList fourFriends()
+{
+    return {"Anna Berg", "Bo", "Cleo Cox", "Dan"};
+}
 
 /// A phone with a show that is not yet on any screen.
 struct Phone
@@ -243,7 +246,7 @@ void DemoBuilderTest::initTestCase()
 
 void DemoBuilderTest::scriptIsListed()
 {
-    Phone phone(73, 1, FOUR_FRIENDS);
+    Phone phone(73, 1, fourFriends());
     const QStringList actual = told(phone.build());
     Friends& friends = *phone.demo.friends();
     const QStringList expected =
@@ -262,7 +265,7 @@ void DemoBuilderTest::scriptIsListed()
 
 void DemoBuilderTest::everyPartHasItsPicture()
 {
-    Phone phone(73, 1, FOUR_FRIENDS);
+    Phone phone(73, 1, fourFriends());
     QFile file(QFINDTESTDATA("../../docs/show.md"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QString tour = QString::fromUtf8(file.readAll());
@@ -296,7 +299,7 @@ void DemoBuilderTest::script()
     }
     QFETCH(int, level);
     QFETCH(int, power);
-    Phone phone(level, power, FOUR_FRIENDS);
+    Phone phone(level, power, fourFriends());
     const QVector<QSharedPointer<DemoPart>> parts = phone.build();
     Friends& friends = *phone.demo.friends();
     QCOMPARE(told(parts), told(Script::expected(
@@ -345,7 +348,7 @@ void DemoBuilderTest::batteryLines()
     QFETCH(QString, care);
     QFETCH(QString, caption);
     QFETCH(QString, love);
-    Phone phone(level, power, FOUR_FRIENDS);
+    Phone phone(level, power, fourFriends());
     const QVector<QSharedPointer<DemoPart>> parts = phone.build();
     QCOMPARE(batteryPart(parts)->text, care);
     QCOMPARE(batteryPart(parts)->caption, caption);
@@ -370,7 +373,7 @@ void DemoBuilderTest::powerIsAskedOnlyWhenLow()
     QFETCH(int, level);
     QFETCH(int, power);
     QFETCH(int, asked);
-    Phone phone(level, power, FOUR_FRIENDS);
+    Phone phone(level, power, fourFriends());
     QCOMPARE(fakedevice::state().powerAsked, 0);
     phone.build();
     QCOMPARE(fakedevice::state().powerAsked, asked);
@@ -380,7 +383,7 @@ void DemoBuilderTest::powerIsAskedOnlyWhenLow()
 
 void DemoBuilderTest::latestBatteryCounts()
 {
-    Phone phone(80, 1, FOUR_FRIENDS);
+    Phone phone(80, 1, fourFriends());
     fakedevice::notifyBattery(20);
     const QVector<QSharedPointer<DemoPart>> before = phone.build();
     fakedevice::notifyBattery(40);
@@ -393,7 +396,7 @@ void DemoBuilderTest::latestBatteryCounts()
 
 void DemoBuilderTest::secondNameIsNeverUsed()
 {
-    Phone phone(80, 1, FOUR_FRIENDS);
+    Phone phone(80, 1, fourFriends());
     Friends& friends = *phone.demo.friends();
     const QSet<QString> distinct = {friends.name(0), friends.name(1), friends.name(2),
                                     friends.name(3)};
@@ -463,7 +466,7 @@ void DemoBuilderTest::namesOfTheShowsOwn()
 
 void DemoBuilderTest::buildDrawsNoNumbersAndLogsNothing()
 {
-    Phone phone(20, 1, FOUR_FRIENDS);
+    Phone phone(20, 1, fourFriends());
     phone.log.clear();
     qsrand(71);
     const int expected = qrand();
@@ -477,7 +480,7 @@ void DemoBuilderTest::buildDrawsNoNumbersAndLogsNothing()
 
 void DemoBuilderTest::everyBuildIsANewList()
 {
-    Phone phone(20, 1, FOUR_FRIENDS);
+    Phone phone(20, 1, fourFriends());
     const QVector<QSharedPointer<DemoPart>> one = phone.build();
     const QVector<QSharedPointer<DemoPart>> two = phone.build();
     QSet<DemoPart*> parts;
@@ -495,7 +498,7 @@ void DemoBuilderTest::showIsNotBuiltWithoutBeingAsked()
 {
     // Before init() a show needs no GL context, and has asked nobody but its battery.
     fakedevice::reset();
-    fakecontacts::setLabels(FOUR_FRIENDS);
+    fakecontacts::setLabels(fourFriends());
     LogCapture log;
     QWidget widget;
     DemoMain demo(&widget);
