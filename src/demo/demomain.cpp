@@ -32,7 +32,6 @@ const float CAPTION_MS = 2000.0f;
 const float HALF_TURN = 3.14f; ///< Not quite, and so are all the arcs.
 
 const unsigned int OPAQUE_WHITE = 0xFFFFFFFF;
-const unsigned int CLEAR_COLOR_AND_DEPTH = 3;
 const int NUM_COPIES = 7;
 const double WIDE_REACH = 48.1;     ///< The size of the copies, in 200ths for each,
 const double REACH_OF_ONE = 5.1;    ///< and that of spread n, n times this.
@@ -291,7 +290,7 @@ void DemoMain::DemoMainPrivate::chooseBackgroundColor()
 void DemoMain::DemoMainPrivate::beginFrame()
 {
     glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
-    renderer.clear(CLEAR_COLOR_AND_DEPTH);
+    renderer.clear(graphics::ClearColor | graphics::ClearDepth);
     renderer.reset();
     renderer.setAspectRatio(static_cast<float>(widget->width()) /
                             static_cast<float>(widget->height()));

@@ -41,9 +41,9 @@ void Quad::QuadPrivate::setCorners(float x1, float y1, float x2, float y2)
 Quad::Quad(unsigned int color, float x1, float y1, float x2, float y2) : d(new QuadPrivate)
 {
     VertexDeclaration declaration;
-    declaration.addComponent(0, 0, Float3, Position, 0);
-    declaration.addComponent(1, 12, UByte4, Color, 0);
-    declaration.addComponent(2, 16, Float2, TexCoord0, 0);
+    declaration.addComponent(PositionLocation, 0, Float3, Position, 0);
+    declaration.addComponent(ColorLocation, 12, UByte4, Color, 0);
+    declaration.addComponent(TexCoordLocation, 16, Float2, TexCoord0, 0);
     d->vertexBuffer.createVertexBuffer(NUM_VERTICES, declaration);
     d->indexBuffer.createIndexBuffer(NUM_VERTICES, IndexBuffer::Index16);
 

@@ -16,12 +16,11 @@ namespace graphics {
 
 namespace {
 
-/// The same in every program, so that any vertex buffer goes with any of them.
 void bindAttributeLocations(QGLShaderProgram* program)
 {
-    program->bindAttributeLocation("a_pos", 0);
-    program->bindAttributeLocation("a_color", 1);
-    program->bindAttributeLocation("a_tex0", 2);
+    program->bindAttributeLocation("a_pos", PositionLocation);
+    program->bindAttributeLocation("a_color", ColorLocation);
+    program->bindAttributeLocation("a_tex0", TexCoordLocation);
 }
 
 /// Adds the shader of a file to a program, which owns it. Qt reports a failure; it is fatal where
@@ -120,8 +119,8 @@ void Renderer::init()
 
     bindAttributeLocations(&d->defaultProgram);
     bindAttributeLocations(&d->matrixPaletteProgram);
-    d->matrixPaletteProgram.bindAttributeLocation("a_matrixWeights", 3);
-    d->matrixPaletteProgram.bindAttributeLocation("a_matrixIndices", 4);
+    d->matrixPaletteProgram.bindAttributeLocation("a_matrixWeights", MatrixWeightsLocation);
+    d->matrixPaletteProgram.bindAttributeLocation("a_matrixIndices", MatrixIndicesLocation);
     d->defaultProgram.link();
     d->matrixPaletteProgram.link();
 
@@ -283,10 +282,10 @@ void Renderer::setBlending(Blending blending)
 void Renderer::clear(unsigned int flags)
 {
     GLbitfield mask = 0;
-    if (flags & 1) {
+    if (flags & ClearColor) {
         mask |= GL_COLOR_BUFFER_BIT;
     }
-    if (flags & 2) {
+    if (flags & ClearDepth) {
         mask |= GL_DEPTH_BUFFER_BIT;
     }
     glClear(mask);

@@ -22,6 +22,9 @@ enum TransformationType : int { World = 0, View = 1, Projection = 2 };
 
 enum PrimitiveListType : int { TriangleList = 0, TriangleStrip = 1, TriangleFan = 2 };
 
+/// What clear() clears, one bit each.
+enum ClearFlag : unsigned int { ClearColor = 1, ClearDepth = 2 };
+
 /// Render states by number; only the depth test (1 on, any other value off) is acted on.
 enum RenderStateEnum : int { DepthTest = 2 };
 
@@ -80,7 +83,7 @@ public:
 
     /// An unknown blending makes no GL call.
     void setBlending(Blending blending);
-    /// glClear: bit 0 the colours, bit 1 the depths.
+    /// glClear, for a sum of ClearFlags.
     void clear(unsigned int flags);
     void setRenderState(RenderStateEnum state, unsigned int value);
 

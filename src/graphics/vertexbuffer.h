@@ -12,6 +12,16 @@ enum VertexComponentType : int { Float1 = 1, Float2, Float3, Float4, UByte4 };
 /// What a component is for; one bit each, other bits are free for further usages.
 enum VertexFormatFlag : int { Position = 1, Color = 8, TexCoord0 = 32 };
 
+/// Where a component enters a shader; the same in every program, so that any vertex buffer goes
+/// with any of them. The last two are those of the matrix palette.
+enum AttributeLocation : int {
+    PositionLocation,
+    ColorLocation,
+    TexCoordLocation,
+    MatrixWeightsLocation,
+    MatrixIndicesLocation
+};
+
 /// Bytes of a component; 0 for an unknown type.
 int getVertexComponentTypeSize(VertexComponentType type);
 
@@ -25,7 +35,7 @@ class VertexDeclaration
 public:
     struct VertexComponent
     {
-        int location;        ///< The shader's attribute index.
+        int location;        ///< The shader's attribute index, an AttributeLocation for ours.
         unsigned int offset; ///< Bytes from the start of the vertex.
         VertexComponentType type;
         VertexFormatFlag usage;

@@ -2,7 +2,7 @@
 #include "rehearsal.h"
 #include "sourcewatch.h"
 
-#include "graphics/boxcloser.h"
+#include "support/boxcloser.h"
 #include "support/fakecontacts.h"
 #include "support/fakedeviceinfo.h"
 #include "support/picturecompare.h"
@@ -47,12 +47,31 @@ private slots:
 
 namespace {
 
-const QString LOOK = "contrast";
-const QString LOOK_FILE = "shaders/contrast_fs.glsl";
-const QString DEFAULT_FILE = "shaders/default_fs.glsl";
-const QString VERTEX_FILE = "shaders/default_vs.glsl";
-const QString FACE_FILE = "face/facetestinv.jpg";
-const QString TITLE_FILE = "textures/title.jpg";
+const char LOOK[] = "contrast";
+QString lookFile()
+{
+    return "shaders/contrast_fs.glsl";
+}
+
+QString defaultFile()
+{
+    return "shaders/default_fs.glsl";
+}
+
+QString vertexFile()
+{
+    return "shaders/default_vs.glsl";
+}
+
+QString faceFile()
+{
+    return "face/facetestinv.jpg";
+}
+
+QString titleFile()
+{
+    return "textures/title.jpg";
+}
 
 /// Where the fade of the first part leaves the music.
 const int VOLUME_AFTER_FIRST = 41;
@@ -332,27 +351,27 @@ void RehearsalGlTest::changedShaderIsDrawnWith()
     shop.open();
     shop.show();
     QVERIFY(!isAll(shop.lookPicture(), qRgb(255, 0, 0)));
-    shop.write(LOOK_FILE, plain("1.0, 0.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("1.0, 0.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(255, 0, 0)));
-    QVERIFY(shop.take(*shop.told).endsWith(LOOK_FILE + ": loaded"));
+    QVERIFY(shop.take(*shop.told).endsWith(lookFile() + ": loaded"));
     // Twice, since a watch ends with the file that it was for.
-    shop.replace(LOOK_FILE, plain("0.0, 1.0, 0.0, 1.0"));
+    shop.replace(lookFile(), plain("0.0, 1.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(0, 255, 0)));
-    shop.replace(LOOK_FILE, plain("0.0, 0.0, 1.0, 1.0"));
+    shop.replace(lookFile(), plain("0.0, 0.0, 1.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(0, 0, 255)));
-    shop.write(LOOK_FILE, plain("1.0, 1.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("1.0, 1.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(255, 255, 0)));
 
     QVERIFY(!isAll(shop.titlePicture(), qRgb(255, 0, 255)));
-    shop.replace(DEFAULT_FILE, plain("1.0, 0.0, 1.0, 1.0"));
+    shop.replace(defaultFile(), plain("1.0, 0.0, 1.0, 1.0"));
     QTRY_VERIFY(isAll(shop.titlePicture(), qRgb(255, 0, 255)));
     QVERIFY(isAll(shop.lookPicture(), qRgb(255, 255, 0)));
 
     // All programs have their corners from this one; now only those of one quarter are seen.
     // Nobody sets the new uniform, behind which the others may have another place.
-    QByteArray corners = "uniform highp vec4 u_more;\n" + shop.content(VERTEX_FILE);
+    QByteArray corners = "uniform highp vec4 u_more;\n" + shop.content(vertexFile());
     corners.replace("* a_pos", "* (a_pos + vec4(1.0, 1.0, 0.0, 0.0) + u_more)");
-    shop.replace(VERTEX_FILE, corners);
+    shop.replace(vertexFile(), corners);
     QTRY_COMPARE(shop.lookPicture().pixel(5, 470), qRgb(0, 0, 0));
     QCOMPARE(shop.lookPicture().pixel(790, 5), qRgb(255, 255, 0));
     QCOMPARE(shop.titlePicture().pixel(5, 470), qRgb(0, 0, 0));
@@ -368,14 +387,14 @@ void RehearsalGlTest::brokenShaderChangesNothing()
     Workshop shop;
     shop.open();
     shop.show();
-    const QByteArray good = shop.content(LOOK_FILE);
+    const QByteArray good = shop.content(lookFile());
     const QImage before = shop.lookPicture();
     QVERIFY(!isAll(before, before.pixel(400, 240)));
 
-    shop.write(LOOK_FILE, "void main()\n{\n    gl_FragColor = nothing;\n}\n");
+    shop.write(lookFile(), "void main()\n{\n    gl_FragColor = nothing;\n}\n");
     QTRY_COMPARE(shop.complained->size(), 1);
     const QString complaint = shop.take(*shop.complained);
-    QVERIFY2(complaint.startsWith(LOOK_FILE + ": "), qPrintable(complaint));
+    QVERIFY2(complaint.startsWith(lookFile() + ": "), qPrintable(complaint));
     // What the driver says, with the line of the file.
     QVERIFY2(complaint.contains("nothing"), qPrintable(complaint));
     QVERIFY2(complaint.contains(":3("), qPrintable(complaint));
@@ -383,9 +402,9 @@ void RehearsalGlTest::brokenShaderChangesNothing()
     COMPARE_PICTURES("broken", shop.lookPicture(), before, 0, 0.0);
     shop.frame(50);
 
-    shop.write(LOOK_FILE, plain("1.0, 0.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("1.0, 0.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(255, 0, 0)));
-    shop.write(LOOK_FILE, good);
+    shop.write(lookFile(), good);
     QTRY_VERIFY(!isAll(shop.lookPicture(), qRgb(255, 0, 0)));
     COMPARE_PICTURES("mended", shop.lookPicture(), before, 0, 0.0);
     QCOMPARE(shop.complained->size(), 0);
@@ -395,15 +414,15 @@ void RehearsalGlTest::brokenShaderChangesNothing()
 void RehearsalGlTest::brokenFromTheStart()
 {
     Workshop shop;
-    shop.write(LOOK_FILE, "void main() { nothing }\n");
-    shop.write(DEFAULT_FILE, plain("0.0, 1.0, 0.0, 1.0"));
-    QVERIFY(QFile::remove(shop.path(FACE_FILE)));
+    shop.write(lookFile(), "void main() { nothing }\n");
+    shop.write(defaultFile(), plain("0.0, 1.0, 0.0, 1.0"));
+    QVERIFY(QFile::remove(shop.path(faceFile())));
     shop.open();
     shop.show();
     const QString complaint = shop.take(*shop.complained);
-    QVERIFY2(complaint.contains(LOOK_FILE + ": "), qPrintable(complaint));
-    QVERIFY2(complaint.contains(FACE_FILE + ": It cannot be read."), qPrintable(complaint));
-    QVERIFY(shop.take(*shop.told).startsWith(DEFAULT_FILE + ": loaded"));
+    QVERIFY2(complaint.contains(lookFile() + ": "), qPrintable(complaint));
+    QVERIFY2(complaint.contains(faceFile() + ": It cannot be read."), qPrintable(complaint));
+    QVERIFY(shop.take(*shop.told).startsWith(defaultFile() + ": loaded"));
     QVERIFY(isAll(shop.titlePicture(), qRgb(0, 255, 0)));
 
     // What is compiled in goes on.
@@ -419,35 +438,35 @@ void RehearsalGlTest::shadersThatDoNotGoTogether()
     Workshop shop;
     shop.open();
     shop.show();
-    const QByteArray goodCorners = shop.content(VERTEX_FILE);
-    const QByteArray goodLook = shop.content(LOOK_FILE);
+    const QByteArray goodCorners = shop.content(vertexFile());
+    const QByteArray goodLook = shop.content(lookFile());
     const QImage before = shop.lookPicture();
 
     QByteArray corners = goodCorners;
-    shop.write(VERTEX_FILE, corners.replace("m_texCoord", "m_place"));
+    shop.write(vertexFile(), corners.replace("m_texCoord", "m_place"));
     QTRY_COMPARE(shop.complained->size(), 1);
     QString complaint = shop.take(*shop.complained);
-    QVERIFY2(complaint.startsWith(VERTEX_FILE + ": "), qPrintable(complaint));
-    QVERIFY2(complaint.contains(LOOK_FILE) && complaint.contains("m_texCoord"),
+    QVERIFY2(complaint.startsWith(vertexFile() + ": "), qPrintable(complaint));
+    QVERIFY2(complaint.contains(lookFile()) && complaint.contains("m_texCoord"),
              qPrintable(complaint));
     COMPARE_PICTURES("other-corners", shop.lookPicture(), before, 0, 0.0);
 
     // The same change, made here as well.
     shop.told->clear();
     QByteArray look = goodLook;
-    shop.write(LOOK_FILE, look.replace("m_texCoord", "m_place"));
+    shop.write(lookFile(), look.replace("m_texCoord", "m_place"));
     QTRY_COMPARE(shop.told->size(), 1);
-    QCOMPARE(shop.take(*shop.told), LOOK_FILE + ": loaded");
+    QCOMPARE(shop.take(*shop.told), lookFile() + ": loaded");
     COMPARE_PICTURES("followed", shop.lookPicture(), before, 0, 0.0);
 
-    shop.write(LOOK_FILE, goodLook);
+    shop.write(lookFile(), goodLook);
     QTRY_COMPARE(shop.complained->size(), 1);
     complaint = shop.take(*shop.complained);
-    QVERIFY2(complaint.startsWith(LOOK_FILE + ": ") && complaint.contains(VERTEX_FILE),
+    QVERIFY2(complaint.startsWith(lookFile() + ": ") && complaint.contains(vertexFile()),
              qPrintable(complaint));
-    shop.write(VERTEX_FILE, goodCorners);
+    shop.write(vertexFile(), goodCorners);
     QTRY_COMPARE(shop.told->size(), 1);
-    QCOMPARE(shop.take(*shop.told), VERTEX_FILE + ": loaded");
+    QCOMPARE(shop.take(*shop.told), vertexFile() + ": loaded");
     COMPARE_PICTURES("together", shop.lookPicture(), before, 0, 0.0);
     QCOMPARE(shop.complained->size(), 0);
 }
@@ -458,14 +477,14 @@ void RehearsalGlTest::missingFileChangesNothing()
     shop.open();
     shop.show();
     const QImage before = shop.lookPicture();
-    QVERIFY(QFile::remove(shop.path(LOOK_FILE)));
+    QVERIFY(QFile::remove(shop.path(lookFile())));
     QTRY_COMPARE(shop.complained->size(), 1);
     QCOMPARE(shop.take(*shop.complained),
-             LOOK_FILE + ": It cannot be read.\nThe last good one goes on.");
+             lookFile() + ": It cannot be read.\nThe last good one goes on.");
     COMPARE_PICTURES("missing", shop.lookPicture(), before, 0, 0.0);
-    shop.write(LOOK_FILE, plain("1.0, 0.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("1.0, 0.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(255, 0, 0)));
-    shop.write(LOOK_FILE, plain("0.0, 1.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("0.0, 1.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(0, 255, 0)));
 }
 
@@ -477,20 +496,20 @@ void RehearsalGlTest::changedPictures()
     const QImage face = shop.facePicture();
     const qint64 title = shop.d().titlePixmap.cacheKey();
 
-    shop.write(FACE_FILE, "no picture");
-    shop.write(TITLE_FILE, "");
+    shop.write(faceFile(), "no picture");
+    shop.write(titleFile(), "");
     QTRY_COMPARE(shop.complained->size(), 2);
     const QString complaints = shop.take(*shop.complained);
-    QVERIFY2(complaints.contains(FACE_FILE + ": It is no picture."), qPrintable(complaints));
-    QVERIFY2(complaints.contains(TITLE_FILE + ": It is no picture."), qPrintable(complaints));
+    QVERIFY2(complaints.contains(faceFile() + ": It is no picture."), qPrintable(complaints));
+    QVERIFY2(complaints.contains(titleFile() + ": It is no picture."), qPrintable(complaints));
     COMPARE_PICTURES("old-face", shop.facePicture(), face, 0, 0.0);
     QCOMPARE(shop.d().titlePixmap.cacheKey(), title);
 
     QImage green(64, 64, QImage::Format_RGB32);
     green.fill(qRgb(0, 255, 0));
     shop.told->clear();
-    QVERIFY(green.save(shop.path(FACE_FILE), "PNG"));
-    QVERIFY(green.save(shop.path(TITLE_FILE), "PNG"));
+    QVERIFY(green.save(shop.path(faceFile()), "PNG"));
+    QVERIFY(green.save(shop.path(titleFile()), "PNG"));
     QTRY_COMPARE(shop.told->size(), 2);
     QCOMPARE(shop.d().titlePixmap.toImage().pixel(9, 9), qRgb(0, 255, 0));
     const QRgb middle = shop.facePicture().pixel(400, 192);
@@ -510,15 +529,15 @@ void RehearsalGlTest::filesNobodyChangedAreLeftAlone()
     const unsigned int face = shop.d().faceTextures[0].textureId();
     // As an editor leaves them about, and saved without a change.
     shop.write("shaders/.contrast_fs.glsl.swp", "swap");
-    shop.replace(LOOK_FILE, shop.content(LOOK_FILE));
-    shop.replace(FACE_FILE, shop.content(FACE_FILE));
+    shop.replace(lookFile(), shop.content(lookFile()));
+    shop.replace(faceFile(), shop.content(faceFile()));
     QTest::qWait(500);
     QCOMPARE(shop.d().shaderPrograms[0], program);
     QCOMPARE(shop.d().faceTextures[0].textureId(), face);
     QVERIFY(!shop.take(*shop.told).contains("loaded"));
     QCOMPARE(shop.complained->size(), 0);
     // And yet the next change is seen.
-    shop.write(LOOK_FILE, plain("1.0, 0.0, 0.0, 1.0"));
+    shop.write(lookFile(), plain("1.0, 0.0, 0.0, 1.0"));
     QTRY_VERIFY(isAll(shop.lookPicture(), qRgb(255, 0, 0)));
 }
 

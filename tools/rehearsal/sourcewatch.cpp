@@ -12,9 +12,9 @@
 
 namespace {
 
-const QString RESOURCES = ":/";
-const QString DEFAULT_FRAGMENT_FILE = "shaders/default_fs.glsl";
-const QString TITLE_FILE = "textures/title.jpg";
+const char RESOURCES[] = ":/";
+const char DEFAULT_FRAGMENT_FILE[] = "shaders/default_fs.glsl";
+const char TITLE_FILE[] = "textures/title.jpg";
 
 /// An editor empties a file and fills it, or renames one over the other, within less.
 const int SETTLING_MS = 100;
@@ -39,7 +39,7 @@ private:
 /// From the resources' root on, without what marks a resource.
 QString fileOf(const char* resource)
 {
-    return QString(resource).mid(RESOURCES.size());
+    return QString(resource).mid(int(sizeof(RESOURCES)) - 1);
 }
 
 QString vertexFile()
