@@ -1,5 +1,6 @@
 #include "platform/busconnection.h"
 #include "support/fakeservice.h"
+#include "support/files.h"
 #include "support/privatebus.h"
 #include "support/probe.h"
 
@@ -8,7 +9,6 @@
 #include <QDBusObjectPath>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -29,10 +29,6 @@ const char SERVICES[] = "/usr/share/dbus-1/services";
 
 /// The address book may hold up the show for 900 ms; the rest is for sanitizers.
 const int LIMIT_MS = 1500;
-
-/// How often a machine that is busy with something else may be to blame. A reader that is too slow
-/// by itself is so every time.
-const int ATTEMPTS = 20;
 
 QByteArray card(const QByteArray& lines)
 {
@@ -236,10 +232,7 @@ void AddressBookTest::cleanup()
 
 void AddressBookTest::write(const QString& path, const QByteArray& content)
 {
-    QFile file(folder->filePath("data/" + path));
-    QVERIFY(QDir().mkpath(QFileInfo(file).path()));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
+    QVERIFY(writeFile(folder->filePath("data/" + path), content));
 }
 
 void AddressBookTest::useBus()
@@ -259,10 +252,8 @@ bool AddressBookTest::startBus()
 /// anew where that took too long, or where a bus that is well gave no sign of life in time.
 int AddressBookTest::run(const QString& name)
 {
-    const QProcessEnvironment environment = probe->environment;
-    for (int i = 0; i < ATTEMPTS; ++i) {
-        probe = std::make_unique<Probe>();
-        probe->environment = environment;
+    for (int i = 0; i < Probe::ATTEMPTS; ++i) {
+        probe = probe->again();
         if (!probe->start("contacts") || probe->answer("saved").isNull() || !probe->waitForEnd()) {
             return -1;
         }

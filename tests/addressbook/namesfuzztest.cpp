@@ -2,8 +2,8 @@
 #include "demo/demomain.h"
 #include "device/friends.h"
 #include "device/speech.h"
+#include "support/files.h"
 #include "support/logcapture.h"
-#include "support/script.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,13 +1,12 @@
 #include "addressbook/vcardfolders.h"
 #include "addressbook/vcardreader.h"
 
+#include "support/files.h"
 #include "support/steadyclock.h"
 
 #include <QDeadlineTimer>
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -16,14 +15,6 @@
 namespace {
 
 const char CARD[] = "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Anna Smith\r\nEND:VCARD\r\n";
-
-void write(const QString& path, const QByteArray& content)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
 
 } // namespace
 
@@ -54,7 +45,7 @@ void VCardFoldersTest::timeRunsOutAmongTheFiles()
 {
     QTemporaryDir data;
     for (int i = 0; i < 100; ++i) {
-        write(data.filePath(QString("contacts/%1.vcf").arg(i)), CARD);
+        QVERIFY(writeFile(data.filePath(QString("contacts/%1.vcf").arg(i)), CARD));
     }
     const addressbook::VCardFolders folders(data.path());
     QVERIFY(folders.exist());
@@ -72,7 +63,7 @@ void VCardFoldersTest::timeRunsOutAmongOtherEntries()
 {
     QTemporaryDir data;
     for (int i = 0; i < 200; ++i) {
-        write(data.filePath(QString("contacts/%1/notes.txt").arg(i)), "FN:Anna Smith");
+        QVERIFY(writeFile(data.filePath(QString("contacts/%1/notes.txt").arg(i)), "FN:Anna Smith"));
     }
     const addressbook::VCardFolders folders(data.path());
     addressbook::VCardReader reader{QDeadlineTimer(QDeadlineTimer::Forever)};
@@ -88,7 +79,7 @@ void VCardFoldersTest::linkToMuchElse()
 {
     // The folder itself may be a link, for all we know to the root.
     QTemporaryDir data;
-    write(data.filePath("elsewhere/a.vcf"), CARD);
+    QVERIFY(writeFile(data.filePath("elsewhere/a.vcf"), CARD));
     QVERIFY(QFile::link(data.filePath("elsewhere"), data.filePath("contacts")));
     QVERIFY(QFile::link("/", data.filePath("kpeoplevcard")));
     const addressbook::VCardFolders folders(data.path());
@@ -104,12 +95,12 @@ void VCardFoldersTest::linkToMuchElse()
 void VCardFoldersTest::onlyRegularFilesAreOpened()
 {
     QTemporaryDir data;
-    write(data.filePath("contacts/a.vcf"), CARD);
-    write(data.filePath("contacts/b.VCF"), CARD);
-    write(data.filePath("contacts/c.vCard"), CARD);
-    write(data.filePath("contacts/.hidden.vcf"), CARD);
-    write(data.filePath("contacts/empty.vcf"), "");
-    write(data.filePath("contacts/folder.vcf/d.txt"), CARD);
+    QVERIFY(writeFile(data.filePath("contacts/a.vcf"), CARD));
+    QVERIFY(writeFile(data.filePath("contacts/b.VCF"), CARD));
+    QVERIFY(writeFile(data.filePath("contacts/c.vCard"), CARD));
+    QVERIFY(writeFile(data.filePath("contacts/.hidden.vcf"), CARD));
+    QVERIFY(writeFile(data.filePath("contacts/empty.vcf"), ""));
+    QVERIFY(writeFile(data.filePath("contacts/folder.vcf/d.txt"), CARD));
     const auto link = [&data](const char* to, const char* name) {
         QVERIFY(QFile::link(to, data.filePath(QString("contacts/") + name)));
     };

@@ -1,8 +1,8 @@
 #include "device/speech_p.h"
 
+#include "support/files.h"
 #include "support/logcapture.h"
 #include "support/scopedvariable.h"
-#include "support/script.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "device/speech_p.h"
 
+#include "support/files.h"
 #include "support/scopedvariable.h"
-#include "support/script.h"
 
 #include <QFile>
 #include <QProcess>

@@ -1,6 +1,7 @@
 #include "platform/busconnection.h"
 #include "platform/machineidentity.h"
 #include "support/fakeservice.h"
+#include "support/files.h"
 #include "support/privatebus.h"
 #include "support/probe.h"
 
@@ -9,9 +10,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QList>
 #include <QRegularExpression>
 #include <QSysInfo>
@@ -33,10 +32,6 @@ const char IMSI[] = "244121234567890";
 /// The modem's service may take 150 ms of the start, after UPower and a look for the bus; the rest
 /// is for sanitizers.
 const int LIMIT_MS = 550;
-
-/// How often a machine that is busy with something else may be to blame for an answer that came too
-/// late. What is wrong by itself is so every time.
-const int ATTEMPTS = 20;
 
 QVariant path(const QString& text)
 {
@@ -136,10 +131,7 @@ void IdentityTest::cleanup()
 
 void IdentityTest::write(const QString& file, const QByteArray& content)
 {
-    QFile written(root->path() + file);
-    QVERIFY(QDir().mkpath(QFileInfo(written).path()));
-    QVERIFY(written.open(QIODevice::WriteOnly));
-    written.write(content);
+    QVERIFY(writeFile(root->path() + file, content));
 }
 
 void IdentityTest::machine_data()
@@ -213,10 +205,8 @@ void IdentityTest::thisMachine()
 /// Has the probe ask for the numbers, until they are these and come in time.
 bool IdentityTest::run(const QString& name, const QString& imei, const QString& imsi)
 {
-    const QProcessEnvironment environment = probe->environment;
-    for (int i = 0; i < ATTEMPTS; ++i) {
-        probe = std::make_unique<Probe>();
-        probe->environment = environment;
+    for (int i = 0; i < Probe::ATTEMPTS; ++i) {
+        probe = probe->again();
         if (!probe->start("identity") || probe->answer("again").isNull() || !probe->waitForEnd()) {
             return false;
         }

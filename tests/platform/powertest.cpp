@@ -23,10 +23,6 @@ const char PROPERTIES[] = "org.freedesktop.DBus.Properties";
 /// UPower may take 200 ms of the start; the rest is for sanitizers.
 const int LIMIT_MS = 600;
 
-/// How often a machine that is busy with something else may be to blame for a start that is held
-/// up, or an answer that comes too late. What is wrong by itself is so every time.
-const int ATTEMPTS = 20;
-
 QVariant boxed(const QVariant& value)
 {
     return QVariant::fromValue(QDBusVariant(value));
@@ -183,10 +179,8 @@ void PowerTest::cleanup()
 
 bool PowerTest::start(const QString& expected)
 {
-    const QProcessEnvironment environment = probe->environment;
-    for (int i = 0; i < ATTEMPTS; ++i) {
-        probe = std::make_unique<Probe>();
-        probe->environment = environment;
+    for (int i = 0; i < Probe::ATTEMPTS; ++i) {
+        probe = probe->again();
         if (!probe->start("power")) {
             return false;
         }

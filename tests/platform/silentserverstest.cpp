@@ -1,8 +1,8 @@
 #include "platform/silentservers.h"
 
+#include "support/files.h"
 #include "support/privatebus.h"
 #include "support/probe.h"
-#include "support/script.h"
 
 #include <QDir>
 #include <QFile>

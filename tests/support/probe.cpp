@@ -22,6 +22,13 @@ Probe::~Probe()
     }
 }
 
+std::unique_ptr<Probe> Probe::again() const
+{
+    auto probe = std::make_unique<Probe>();
+    probe->environment = environment;
+    return probe;
+}
+
 bool Probe::start(const QString& what, const QStringList& arguments)
 {
     process.setProcessEnvironment(environment);

@@ -4,11 +4,17 @@
 #include <QProcessEnvironment>
 #include <QStringList>
 
+#include <memory>
+
 /// A process that makes use of the platform as the show does, on the buses that a test gives it.
 /// See platformprobe.cpp for what it can be asked. Waiting for it runs the event loop.
 class Probe
 {
 public:
+    /// How often a machine that is busy with something else may be to blame for an answer that is
+    /// missing or late. What is wrong by itself is so every time.
+    static const int ATTEMPTS = 20;
+
     Probe();
     Probe(const Probe&) = delete;
     Probe& operator=(const Probe&) = delete;
@@ -17,6 +23,9 @@ public:
 
     /// Before start(): what the process finds. Nothing is there of whoever runs the test.
     QProcessEnvironment environment;
+
+    /// Another one that finds the same; not started.
+    std::unique_ptr<Probe> again() const;
 
     bool start(const QString& what, const QStringList& arguments = {});
     /// Writes a line to it.
