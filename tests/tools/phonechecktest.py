@@ -1,5 +1,7 @@
 """What tools/phone-check decides before it runs anything, and after."""
 
+import contextlib
+import io
 import os
 import subprocess
 import tempfile
@@ -165,13 +167,22 @@ class EmulatorTest(unittest.TestCase):
 
 
 class CommandLineTest(unittest.TestCase):
+    @staticmethod
+    def sections(*words):
+        return [section.name for section in commandline.parse(words).sections]
+
     def test_all_sections_when_none_is_named(self):
-        self.assertEqual(commandline.parse([]).sections, ["tests", "frames", "show", "wayland"])
+        self.assertEqual(self.sections(), ["tests", "frames", "show", "wayland"])
+        self.assertEqual(self.sections("wayland", "tests"), ["tests", "wayland"])
+
+    def test_what_is_no_section_is_refused(self):
+        with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
+            self.sections("toys")
 
     def test_moments_end_with_their_word(self):
         options = commandline.parse(["--moments", "1,2.5", "frames"])
         self.assertEqual(options.moments, ("1", "2.5"))
-        self.assertEqual(options.sections, ["frames"])
+        self.assertEqual([section.name for section in options.sections], ["frames"])
 
     def test_variable_is_a_default(self):
         os.environ["LEAVE_OUT"] = "show"

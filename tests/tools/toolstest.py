@@ -16,7 +16,8 @@ def programs():
         if os.path.isfile(path) and os.access(path, os.X_OK):
             with open(path, encoding="utf-8") as file:
                 text = file.read()
-            if any(word in text for word in ("help_if_asked", "--help)", "argparse", "commandline")):
+            marks = ("help_if_asked", "--help)", "argparse", "commandline")
+            if any(mark in text for mark in marks):
                 yield path
 
 

@@ -18,24 +18,38 @@ import os
 import signal
 import subprocess
 import sys
+from dataclasses import dataclass
+from typing import Callable
 
 from phonecheck import builds, frames, gltests, show, sysroot, wayland
 from phonecheck.emulator import DRAWS_OUTSIDE, Emulator
 from phonecheck.target import ARCHITECTURES, RELEASES, Target
 from phonecheck.workplace import StepFailed, Workplace
 from surroundings.show import ROOT
+from surroundings.surrounding import CannotStart
 
-SECTIONS = {"tests": gltests.check, "frames": frames.check, "show": show.check,
-            "wayland": wayland.check}
-# Those that run the phone's programs.
-EMULATED = ("tests", "frames", "show")
+
+@dataclass(frozen=True)
+class Section:
+    name: str
+    check: Callable
+    emulated: bool  # It runs the phone's programs.
+    takes: str
+
+
+SECTIONS = {section.name: section for section in (
+    Section("tests", gltests.check, True, "@PHONETESTS@ minutes"),
+    Section("frames", frames.check, True, "2 minutes"),
+    Section("show", show.check, True, "half a minute"),
+    Section("wayland", wayland.check, False, "half a minute"),
+)}
 
 
 def parse(arguments):
     parser = argparse.ArgumentParser(
         prog="tools/phone-check", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter)
-    # Choices would forbid to name none.
+    # Not as choices: argparse would not let one name none.
     parser.add_argument("sections", nargs="*", metavar="SECTION",
                         help="one of " + ", ".join(SECTIONS))
     parser.add_argument("--architecture", choices=ARCHITECTURES, default="armhf",
@@ -62,15 +76,16 @@ def parse(arguments):
     for section in options.sections:
         if section not in SECTIONS:
             parser.error(f"there is nothing called '{section}' to check")
-    options.sections = options.sections or list(SECTIONS)
+    options.sections = [section for name, section in SECTIONS.items()
+                        if name in options.sections or not options.sections]
     return options
 
 
 def announce(options):
-    print(f"Checking {', '.join(options.sections)} as on a phone ({options.architecture}, "
-          f"{options.release}).")
-    print("About 1 minute for the libraries the first time, N minutes to build the tests, N to run "
-          "them, N for frames, half a minute each for show and wayland.", flush=True)
+    what = ", ".join(f"{section.name} ({section.takes})" for section in options.sections)
+    print(f"Checking as on a phone of {options.architecture} and {options.release}: {what}; on two "
+          "cores, about. The first time @PHONEBUILD@ minutes more, to fetch and to build.",
+          flush=True)
 
 
 def run(options):
@@ -80,17 +95,16 @@ def run(options):
         raise StepFailed("not all that is needed could be installed")
     with Workplace(target) as place:
         emulator = Emulator(place, options.renderer)
-        if any(section in EMULATED for section in options.sections):
+        if any(section.emulated for section in options.sections):
             sysroot.provide(place, options.mirror)
             emulator.provide()
             builds.configure_phone(place, emulator)
             emulator.check_context()
-        for name, check in SECTIONS.items():
-            if name in options.sections:
-                try:
-                    check(place, emulator, options)
-                except StepFailed as failure:
-                    place.failed(f"{name}: {failure}")
+        for section in options.sections:
+            try:
+                section.check(place, options)
+            except CannotStart as failure:
+                place.failed(f"{section.name}: {failure}")
         return 1 if place.failures else 0
 
 
@@ -101,7 +115,7 @@ def main():
     announce(options)
     try:
         return run(options)
-    except StepFailed as failure:
+    except CannotStart as failure:
         print(f"phone-check: {failure}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:

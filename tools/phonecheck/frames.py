@@ -34,7 +34,7 @@ def draw(place, build, folder, moments):
                    DISPLAY=screen.display, QT_LOGGING_RULES="*=false")
 
 
-def check(place, _emulator, options):
+def check(place, options):
     builds.build_phone(place, "pixmoth-frames")
     builds.build_desktop(place, "pixmoth-frames")
     phone = place.path("frames")

@@ -120,7 +120,7 @@ def functions_of(place, test):
     return [line[:-len("()")] for line in told.split() if line.endswith("()")]
 
 
-def check(place, _emulator, options):
+def check(place, options):
     listing = json.loads(subprocess.run(
         ["ctest", "--test-dir", place.build, "-L", "^gl$", "--show-only=json-v1"],
         capture_output=True, text=True, check=True).stdout)

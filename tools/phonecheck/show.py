@@ -15,7 +15,7 @@ ENDS_WITHIN_S = 20
 BLACK_S = 2
 
 
-def check(place, _emulator, _options):
+def check(place, _options):
     builds.build_phone(place, "pixmoth")
     photographs = Photographs(place.folder, "show")
     log_path = place.path("show.log")

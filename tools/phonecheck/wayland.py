@@ -46,7 +46,7 @@ def photograph(place, path):
                            check=True)
 
 
-def check(place, _emulator, _options):
+def check(place, _options):
     builds.build_desktop(place, "pixmoth")
     start_compositor(place)
     photographs = Photographs(place.folder, "wayland")

@@ -8,12 +8,13 @@ import tempfile
 
 from surroundings import NO_BUS, NO_SOUND_SERVER
 from surroundings.show import ROOT
+from surroundings.surrounding import CannotStart
 
 # The end of a log that is shown where a step fails.
 SHOWN_LINES = 30
 
 
-class StepFailed(Exception):
+class StepFailed(CannotStart):
     """A step without which the rest cannot be: no verdict on the show."""
 
 

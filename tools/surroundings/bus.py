@@ -4,7 +4,7 @@ import os
 import signal
 import subprocess
 
-from surroundings.surrounding import Surrounding, end_process
+from surroundings.surrounding import CannotStart, Surrounding, end_process
 
 SCREEN_SAVER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "screensaver.py")
 # Debian's own interpreter: its D-Bus bindings are packages.
@@ -24,7 +24,7 @@ class Bus(Surrounding):
                                       stdout=subprocess.PIPE, text=True)
         if self.saver.stdout.readline().strip() != "ready":
             self.end()
-            raise RuntimeError("no screen saver could be started (python3-dbus, python3-gi?)")
+            raise CannotStart("no screen saver could be started (python3-dbus, python3-gi?)")
 
     def holders(self):
         """How many hold the screen saver off; -1 where it does not answer."""

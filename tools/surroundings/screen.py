@@ -4,7 +4,7 @@ import os
 import subprocess
 import time
 
-from surroundings.surrounding import Surrounding, end_process
+from surroundings.surrounding import CannotStart, Surrounding, end_process
 
 # The title of the show's window.
 WINDOW_TITLE = "MainWindow"
@@ -25,7 +25,7 @@ class Screen(Surrounding):
             number = answer.readline().strip()
         if not number:
             end_process(self.server)
-            raise RuntimeError("no virtual screen could be started (is xvfb installed?)")
+            raise CannotStart("no virtual screen could be started (is xvfb installed?)")
         self.display = ":" + number
 
     def ask(self, *words):

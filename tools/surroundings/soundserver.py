@@ -7,7 +7,7 @@ import subprocess
 import tempfile
 import time
 
-from surroundings.surrounding import Surrounding, end_process
+from surroundings.surrounding import CannotStart, Surrounding, end_process
 
 STARTS_WITHIN_S = 10
 
@@ -29,7 +29,7 @@ class SoundServer(Surrounding):
         while not os.path.exists(self.path):
             if self.server.poll() is not None or time.monotonic() > deadline:
                 self.end()
-                raise RuntimeError("pulseaudio could not be started")
+                raise CannotStart("pulseaudio could not be started")
             time.sleep(0.05)
 
     @staticmethod

@@ -1,6 +1,10 @@
 """What all surroundings have in common."""
 
 
+class CannotStart(Exception):
+    """Something is missing here, and the message says what."""
+
+
 class Surrounding:
     """Something that a program is started in. It is there once it is made, and a with statement
     ends it."""

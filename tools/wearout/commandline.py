@@ -11,19 +11,21 @@ seed is printed at the end. Needs the debug preset built, and the packages of th
 """
 
 import argparse
+import os
 import signal
 import sys
 import time
 from dataclasses import dataclass
 from typing import Callable
 
-from wearout import frozen, services, shows, sizes, starts
+from surroundings.surrounding import CannotStart
+from wearout import frozen, services, shows, sizes, starts, trials
 from wearout.trials import Chance, Trials
 
 
 @dataclass(frozen=True)
 class Kind:
-    """Of trials. `seconds`: about so long one of them takes."""
+    """Of trials. One of them takes about so many seconds, on two cores."""
 
     name: str
     run: Callable
@@ -33,14 +35,14 @@ class Kind:
 
 
 KINDS = (
-    Kind("keys", starts.keys, 300, 1.0, "starts ended by a key"),
-    Kind("signals", starts.signals, 100, 1.0, "starts ended by a signal"),
-    Kind("screens", starts.screens, 20, 1.0, "starts ended by the death of the screen"),
-    Kind("resizes", sizes.resizes, 200, 0.01, "resizes of one start"),
-    Kind("sizes", sizes.sizes, 1, 10.0, "rounds of screens of other sizes"),
-    Kind("services", services.services, 1, 100.0, "rounds of services that fail"),
-    Kind("frozen", frozen.frozen, 1, 100.0, "rounds of sound servers that freeze"),
-    Kind("shows", shows.shows, 100, 1.0, "whole shows in a row"),
+    Kind("keys", starts.keys, 300, 1.2, "starts ended by a key"),
+    Kind("signals", starts.signals, 100, 0.6, "starts ended by a signal"),
+    Kind("screens", starts.screens, 20, 2, "starts ended by the death of the screen"),
+    Kind("resizes", sizes.resizes, 200, 0.05, "resizes of one start"),
+    Kind("sizes", sizes.sizes, 1, 10, "rounds of screens of other sizes"),
+    Kind("services", services.services, 1, 160, "rounds of services that fail"),
+    Kind("frozen", frozen.frozen, 1, 105, "rounds of sound servers that freeze"),
+    Kind("shows", shows.shows, 100, 5, "whole shows in a row"),
 )
 
 
@@ -71,23 +73,35 @@ def expected_minutes(options):
     return sum(kind.seconds * getattr(options, kind.name) for kind in KINDS) / 60
 
 
-def main():
-    options = parse(sys.argv[1:])
-    # So that what was started is ended.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
-    print("Wearing the show out with",
-          ", ".join(f"{getattr(options, kind.name)} {kind.what}" for kind in KINDS
-                    if getattr(options, kind.name)) + ";")
-    print(f"about {expected_minutes(options):.0f} minutes on two cores that do nothing else. "
-          f"Seed {options.seed}", flush=True)
-    with Trials(Chance(options.seed), options.patience) as trials:
+def run(options):
+    """How many trials have failed."""
+    for program in (trials.PROGRAM, shows.PROGRAM):
+        if not os.path.exists(program):
+            raise CannotStart(f"there is no {program}: the debug preset is not built")
+    with Trials(Chance(options.seed), options.patience) as all_trials:
         for kind in KINDS:
             number = getattr(options, kind.name)
             if number:
                 begin = time.monotonic()
-                failures = trials.failures
-                kind.run(trials, number)
+                failures = all_trials.failures
+                kind.run(all_trials, number)
                 print(f"{kind.name}: {number} in {time.monotonic() - begin:.0f} s, "
-                      f"{trials.failures - failures} failed", flush=True)
-        print(f"{trials.failures} failures, seed {options.seed}")
-        return 1 if trials.failures else 0
+                      f"{all_trials.failures - failures} failed", flush=True)
+        return all_trials.failures
+
+
+def main():
+    options = parse(sys.argv[1:])
+    # So that what was started is ended.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    what = ", ".join(f"{getattr(options, kind.name)} {kind.what}" for kind in KINDS
+                     if getattr(options, kind.name))
+    print(f"Wearing the show out with {what}: about {expected_minutes(options):.0f} minutes on two "
+          f"cores. Seed {options.seed}", flush=True)
+    try:
+        failures = run(options)
+    except CannotStart as failure:
+        print(f"endurance: {failure}", file=sys.stderr)
+        return 1
+    print(f"{failures} failures, seed {options.seed}")
+    return 1 if failures else 0
