@@ -39,9 +39,10 @@ at_exit() {
     trap 'exit 143' TERM
 }
 
+# The last first: what was started before may serve it.
 end_children() {
-    local child
-    for child in "${children[@]}"; do kill -TERM "$child" 2>/dev/null; done
+    local i
+    for ((i = ${#children[@]} - 1; i >= 0; --i)); do kill -TERM "${children[i]}" 2>/dev/null; done
     wait 2>/dev/null
 }
 
