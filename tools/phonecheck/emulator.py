@@ -4,11 +4,11 @@ import os
 import shlex
 import socket
 import subprocess
-import time
 
 from phonecheck.workplace import StepFailed
 from surroundings.screen import Screen
 from surroundings.show import ROOT
+from surroundings.waiting import wait_until
 
 SOURCES = os.path.join(ROOT, "tools/phonecheck")
 # Beside PROGRAM, which runs it; see toolchain.cmake and processes.cpp.
@@ -64,11 +64,10 @@ class Emulator:
             os.remove(SERVER_SOCKET)
         server = self.place.start(self.place.path("renderer.log"),
                                   ["virgl_test_server", "--use-egl-surfaceless"])
-        deadline = time.monotonic() + SERVER_STARTS_WITHIN_S
-        while not os.path.exists(SERVER_SOCKET):
-            if server.poll() is not None or time.monotonic() > deadline:
-                raise StepFailed("virgl_test_server could not be started")
-            time.sleep(0.1)
+        wait_until(lambda: os.path.exists(SERVER_SOCKET) or server.poll() is not None,
+                   SERVER_STARTS_WITHIN_S)
+        if not os.path.exists(SERVER_SOCKET):
+            raise StepFailed("virgl_test_server could not be started")
 
     def compile(self, log_name, *arguments):
         self.place.step(log_name, [self.place.target.compiler, f"--sysroot={self.place.sysroot}",

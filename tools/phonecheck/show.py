@@ -7,12 +7,11 @@ import time
 from phonecheck import builds
 from phonecheck.pictures import Photographs
 from surroundings.screen import Screen
-from surroundings.show import FIRST_FRAME_LINE, read_log
+from surroundings.show import BLACK_S, FIRST_FRAME_LINE, read_log
+from surroundings.waiting import wait_until
 
 LOADED_WITHIN_S = 30
 ENDS_WITHIN_S = 20
-# So long the first part leaves the screen black.
-BLACK_S = 2
 
 
 def check(place, _options):
@@ -23,9 +22,7 @@ def check(place, _options):
         environment = place.environment(DISPLAY=screen.display)
         show = place.start(log_path, [os.path.join(place.build, "src/pixmoth")],
                            DISPLAY=screen.display)
-        deadline = time.monotonic() + LOADED_WITHIN_S
-        while FIRST_FRAME_LINE not in read_log(log_path) and time.monotonic() < deadline:
-            time.sleep(0.1)
+        wait_until(lambda: FIRST_FRAME_LINE in read_log(log_path), LOADED_WITHIN_S)
         time.sleep(BLACK_S)
         photographs.take(lambda path: subprocess.run(["import", "-window", "root", path],
                                                      env=environment, check=False))

@@ -10,12 +10,12 @@ import time
 from phonecheck import builds
 from phonecheck.pictures import Photographs
 from phonecheck.workplace import StepFailed
+from surroundings.show import BLACK_S
+from surroundings.waiting import wait_until
 
 SOCKET = "phone-check"
 STARTS_WITHIN_S = 10
 ENDS_WITHIN_S = 10
-# So long the first part leaves the screen black.
-BLACK_S = 2
 
 
 def start_compositor(place):
@@ -25,11 +25,10 @@ def start_compositor(place):
         place.path("weston.log"),
         ["weston", "--backend=headless-backend.so", "--use-pixman", "--width=800", "--height=480",
          "--no-config", "--shell=desktop-shell.so", "--socket=" + SOCKET, "--debug"])
-    deadline = time.monotonic() + STARTS_WITHIN_S
-    while not os.path.exists(os.path.join(place.runtime, SOCKET)):
-        if compositor.poll() is not None or time.monotonic() > deadline:
-            raise StepFailed("weston could not be started")
-        time.sleep(0.1)
+    socket = os.path.join(place.runtime, SOCKET)
+    wait_until(lambda: os.path.exists(socket) or compositor.poll() is not None, STARTS_WITHIN_S)
+    if not os.path.exists(socket):
+        raise StepFailed("weston could not be started")
 
 
 def photograph(place, path):

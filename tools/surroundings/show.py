@@ -19,6 +19,8 @@ NO_MUSIC_LINE = "No music"
 # What is spoken last, in the last part but one.
 LAST_SPOKEN = "Unless you mean it"
 
+# So long the screen stays black at the beginning.
+BLACK_S = 2
 FIRST_PART_S = 4.2
 PART_S = 4.8
 

@@ -5,9 +5,9 @@ import shutil
 import signal
 import subprocess
 import tempfile
-import time
 
 from surroundings.surrounding import CannotStart, Surrounding, end_process
+from surroundings.waiting import wait_until
 
 STARTS_WITHIN_S = 10
 
@@ -25,12 +25,11 @@ class SoundServer(Surrounding):
              "-L", f"module-native-protocol-unix socket={self.path} auth-anonymous=1"],
             env=dict(os.environ, HOME=self.folder, XDG_RUNTIME_DIR=self.folder),
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        deadline = time.monotonic() + STARTS_WITHIN_S
-        while not os.path.exists(self.path):
-            if self.server.poll() is not None or time.monotonic() > deadline:
-                self.end()
-                raise CannotStart("pulseaudio could not be started")
-            time.sleep(0.05)
+        wait_until(lambda: os.path.exists(self.path) or self.server.poll() is not None,
+                   STARTS_WITHIN_S)
+        if not os.path.exists(self.path):
+            self.end()
+            raise CannotStart("pulseaudio could not be started")
 
     @staticmethod
     def is_installed():

@@ -7,6 +7,7 @@ import time
 from surroundings.screen import Screen
 from surroundings.show import LAST_SPOKEN, PART_S, read_log
 from surroundings.soundserver import SoundServer
+from surroundings.waiting import wait_until
 from wearout.servicecases import synthesiser
 
 # The show needs 85 s to its last line; a busy machine more.
@@ -54,6 +55,10 @@ def frozen_before_the_first_frame(trials, screen, number):
         start.await_end(lambda: screen.press("Escape"))
 
 
+def was_spoken(path):
+    return os.path.exists(path) and LAST_SPOKEN in read_log(path)
+
+
 def frozen_in_the_last_part(trials, screen, number):
     """Nobody asks for the end: it comes by itself. The synthesiser says nothing, so that no line
     holds a part, and writes down what it was to say."""
@@ -62,12 +67,9 @@ def frozen_in_the_last_part(trials, screen, number):
                         f'#!/bin/sh\necho "$*" >>"{spoken}"\n')
     with SoundServer() as server, trials.start("frozen-last-part", number) as start:
         play_and_freeze(trials, start, screen, server, quick)
-        deadline = time.monotonic() + LAST_LINE_WITHIN_S
-        while not os.path.exists(spoken) or LAST_SPOKEN not in read_log(spoken):
-            if not start.lives() or time.monotonic() > deadline:
-                start.complain("the last part never came")
-                break
-            time.sleep(0.05)
-        else:
+        wait_until(lambda: was_spoken(spoken) or not start.lives(), LAST_LINE_WITHIN_S)
+        if was_spoken(spoken):
             time.sleep(2 * PART_S)
+        else:
+            start.complain("the last part never came")
         start.await_end(lambda: None)

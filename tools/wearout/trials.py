@@ -13,6 +13,7 @@ from surroundings.bus import Bus
 from surroundings.processes import living_members
 from surroundings.show import FIRST_FRAME_LINE, ROOT, read_log
 from surroundings.surrounding import Surrounding
+from surroundings.waiting import wait_until
 
 PROGRAM = os.path.join(ROOT, "build/debug/src/pixmoth")
 LOGS = os.path.join(ROOT, "build/endurance")
@@ -139,11 +140,10 @@ class Start:
         """And tells when it is late. Whether the frame comes after its line, the end shows: a
         program that hangs in it takes no key."""
         begin = time.monotonic()
-        while FIRST_FRAME_LINE not in self.log():
-            if not self.lives() or time.monotonic() > begin + LIMIT_S:
-                self.complain("no first frame")
-                return
-            time.sleep(0.01)
+        wait_until(lambda: FIRST_FRAME_LINE in self.log() or not self.lives(), LIMIT_S, 0.01)
+        if FIRST_FRAME_LINE not in self.log():
+            self.complain("no first frame")
+            return
         took = time.monotonic() - begin
         self.trials.slowest_frame.note(took, self.name)
         if took > self.trials.first_frame_s:
@@ -196,10 +196,8 @@ class Start:
 
     def look_at_what_is_left(self):
         trials = self.trials
-        deadline = time.monotonic() + SETTLES_WITHIN_S
-        while (living_members(self.program.pid) or trials.bus.holders() != 0) and \
-                time.monotonic() < deadline:
-            time.sleep(0.02)
+        wait_until(lambda: not living_members(self.program.pid) and trials.bus.holders() == 0,
+                   SETTLES_WITHIN_S, 0.02)
         left = living_members(self.program.pid)
         if left:
             self.complain(f"processes left: {left}")
