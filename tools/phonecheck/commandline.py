@@ -38,7 +38,7 @@ class Section:
 
 
 SECTIONS = {section.name: section for section in (
-    Section("tests", gltests.check, True, "@PHONETESTS@ minutes"),
+    Section("tests", gltests.check, True, "15 minutes, and longer with those of the whole show"),
     Section("frames", frames.check, True, "2 minutes"),
     Section("show", show.check, True, "half a minute"),
     Section("wayland", wayland.check, False, "half a minute"),
@@ -82,9 +82,9 @@ def parse(arguments):
 
 
 def announce(options):
-    what = ", ".join(f"{section.name} ({section.takes})" for section in options.sections)
-    print(f"Checking as on a phone of {options.architecture} and {options.release}: {what}; on two "
-          "cores, about. The first time @PHONEBUILD@ minutes more, to fetch and to build.",
+    what = "; ".join(f"{section.name}, {section.takes}" for section in options.sections)
+    print(f"Checking as on a phone of {options.architecture} and {options.release}. It takes about, "
+          f"on two cores: {what}; and 10 minutes more the first time, to fetch and to build.",
           flush=True)
 
 
