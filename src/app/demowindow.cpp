@@ -65,7 +65,7 @@ void DemoWindow::resizeGL(int width, int height)
 
 void DemoWindow::paintGL()
 {
-    // The clock comes last: without it the show is only half made, or cannot be.
+    // The timer is made last: without one the show is not ready, or there is none.
     if (timer && demoMain->paint() == 0) {
         QCoreApplication::exit(0);
     }
@@ -74,7 +74,7 @@ void DemoWindow::paintGL()
 void DemoWindow::giveUp()
 {
     platform::reportNoPicture(platform::glProblem(this));
-    // Again and again: an exit before the event loop has begun is forgotten.
+    // Repeated, since an exit() before the event loop runs has no effect.
     auto* insistence = new QTimer(this);
     connect(insistence, &QTimer::timeout, this, [] { QCoreApplication::exit(EXIT_FAILURE); });
     insistence->start(0);

@@ -24,7 +24,7 @@ int main(int argc, char* argv[])
     window.show();
     window.showFullScreen();
     window.playGl();
-    // Once more: what has been loaded since would be unloaded before.
+    // Once more, for the libraries that have been loaded since.
     platform::endOnTheSpotAtSuddenExit();
     const int code = application.exec();
     platform::endWithin(WAY_OUT_MS, code);

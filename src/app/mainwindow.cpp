@@ -23,7 +23,7 @@ MainWindow::~MainWindow()
 void MainWindow::playGl()
 {
     demoWindow->showFullScreen();
-    // To be full screen is a wish, which without a window manager nobody grants.
+    // Without a window manager nobody makes the window full screen.
     setGeometry(screen()->geometry());
 }
 

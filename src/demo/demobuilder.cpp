@@ -6,8 +6,8 @@
 
 namespace {
 
-const int LOW_BATTERY = 29; ///< Percent; up to here the phone wants to be plugged in,
-const int HALF_EMPTY = 49;  ///< and up to here to be understood.
+const int LOW_BATTERY = 29; ///< Percent: up to this level the phone asks to be plugged in,
+const int HALF_EMPTY = 49;  ///< and up to this one it complains.
 
 using Part = QSharedPointer<DemoPart>;
 

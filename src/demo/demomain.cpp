@@ -29,7 +29,7 @@ const int FIRST_PART_MS = 4200;
 const int LATER_PART_MS = 4800;
 const float ARC_MS = 5000.0f; ///< Title, face and fade run over five seconds.
 const float CAPTION_MS = 2000.0f;
-const float HALF_TURN = 3.14f; ///< Not quite, and so are all the arcs.
+const float HALF_TURN = 3.14f; ///< Pi to two places, as in all arcs here.
 
 const unsigned int OPAQUE_WHITE = 0xFFFFFFFF;
 const int NUM_COPIES = 7;
@@ -89,7 +89,7 @@ void clearTarget(graphics::RenderTarget& target)
     target.release();
 }
 
-/// A target as black as an empty screen; a fresh one holds whatever was in its memory.
+/// Clears the new target to black, since its memory may hold anything.
 void initTarget(graphics::RenderTarget& target, int width, int height)
 {
     target.init(width, height);
@@ -151,7 +151,7 @@ void DemoMain::init()
     d->parts = DemoBuilder().build(*this);
     d->warmUpCaptions();
     d->partIndex = -1;
-    // Silence; only a part's fade brings the music in.
+    // The music stays silent until a part fades it in.
     d->player->setVolume(0);
 }
 
@@ -282,7 +282,7 @@ void DemoMain::DemoMainPrivate::chooseBackgroundColor()
     const int blue = qrand() % 20 + 45;
     const int factor = qrand() % 20 + 100;
     backgroundColor = QColor(red, green, blue, 255).darker(factor);
-    // A full battery makes a calmer picture, an empty one a slightly feverish one.
+    // From 90 (lighter) with an empty battery to 110 (darker) with a full one.
     backgroundColor = backgroundColor.darker(
         static_cast<int>(90.0f + static_cast<float>(systemState.batteryLevel()) * 0.2f));
 }
@@ -394,7 +394,7 @@ void DemoMain::DemoMainPrivate::composite(const DemoPart& part, double phase)
         quad->render(&renderer);
         return;
     }
-    // The first copy has no size, and its draw shows nothing.
+    // The first copy has the size 0 and shows nothing; it is drawn all the same.
     const double reach =
         part.spread == DemoPart::WideCopies ? WIDE_REACH : part.spread * REACH_OF_ONE;
     for (int i = 0; i < NUM_COPIES; ++i) {
@@ -437,7 +437,7 @@ void DemoMain::DemoMainPrivate::drawFade(int fade)
     }
     player->setVolume(static_cast<int>(FULL_VOLUME - FULL_VOLUME * static_cast<double>(f)));
 
-    // Drawn with the program and the texture of the moment, so the dark has a texture of its own.
+    // With the program and the texture that were used last: the texture's alpha counts, too.
     renderer.setBlending(graphics::BlendAlpha);
     fadeQuad->setColor(QColor(0, 0, 0, static_cast<int>(f * 255)).rgba());
     setIdentity();

@@ -33,8 +33,8 @@ void TimeStep::updateTimeStep()
         stepClock.restart();
         return;
     }
-    // Both are within the limit by now, so that this never bites; it would once a step were allowed
-    // to be longer than a jump.
+    // Never true, since both are within the limit here. It would matter if a step might be longer
+    // than the limit for a jump.
     if (std::abs(elapsed - previous) > LONGEST_STEP_MS) {
         stepMillis = LONGEST_STEP_MS;
     }

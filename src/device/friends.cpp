@@ -29,8 +29,8 @@ QString firstName(const QString& label)
     return blank > 0 ? label.left(blank) : label;
 }
 
-/// Not the unbiased shuffle: any position may be swapped, with one draw for each. Which names the
-/// show speaks for a given seed depends on it.
+/// Swaps each position with any other, with one draw for each; not an unbiased shuffle. Which names
+/// the show speaks for a given seed depends on it.
 void shuffle(QVector<QString>& names)
 {
     for (int i = 0; i < names.size(); ++i) {

@@ -12,8 +12,8 @@
 
 #include <cstdio>
 
-/// The synthesiser process and what it was last asked to say. It is a thread only by descent:
-/// nobody starts it, since QProcess never blocks.
+/// The synthesiser process and what it was last asked to say. It derives from a thread that is
+/// never started, since QProcess does not block.
 class SpeechTread : public QThread
 {
 public:

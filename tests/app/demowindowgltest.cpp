@@ -138,7 +138,7 @@ void DemoWindowGlTest::deathFreesTheShowWithItsContext()
     showExposed(*window);
     QVERIFY(glrecorder::livingBuffers() != buffers);
     // Another surface has the context when the show's end comes, and objects in it that are called
-    // by the same numbers: what is freed in the wrong context is freed of its.
+    // by the same numbers: to free something in the wrong context would free one of those.
     QGLWidget other;
     other.show();
     other.makeCurrent();

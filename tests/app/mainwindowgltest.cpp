@@ -124,7 +124,7 @@ void MainWindowGlTest::keyEndsTheEventLoop()
 
 void MainWindowGlTest::screenSaverIsAskedFor()
 {
-    // There is no session bus here, which only one who asks is told.
+    // The lack of a session bus is told when the screen saver asks for it.
     LogCapture log;
     MainWindow window;
     QVERIFY(!window.screenSaver.parent());

@@ -271,7 +271,7 @@ void ProgramGlTest::endsWithoutUsableGl()
     QVERIFY2(log.contains(line.toUtf8()), log);
     QCOMPARE(log.count("No picture"), 1);
     QVERIFY2(log.contains("No picture: no OpenGL") || log.contains("No picture: OpenGL "), log);
-    // The show is not even begun with.
+    // Nothing of the show was started.
     QVERIFY2(!log.contains("vertex shader"), log);
 }
 
@@ -388,7 +388,7 @@ void ProgramGlTest::startsWithWhatIsSilent()
     QDir().mkpath(PIPE_DIR);
     const int made = ::mkfifo(PIPE_DIR "/beat.mp3", 0600);
     QVERIFY(made == 0 || errno == EEXIST);
-    QTcpServer server; // It listens, and never takes a guest in.
+    QTcpServer server; // It listens, and never accepts a connection.
     QVERIFY(server.listen(QHostAddress::LocalHost));
     QProcessEnvironment environment = quietEnvironment();
     for (const QString& variable : silent) {
@@ -546,7 +546,7 @@ void ProgramGlTest::endsWithAFrozenServer()
     QFile pid(own.filePath("pid"));
     QVERIFY(pid.open(QIODevice::ReadOnly));
     const QString words = "/proc/" + pid.readAll().trimmed() + "/cmdline";
-    // A process that is dead and not yet reaped has no words of command.
+    // A process that is dead and not yet reaped has no command line.
     const auto isTalking = [&words] {
         QFile file(words);
         return file.open(QIODevice::ReadOnly) && !file.readAll().isEmpty();

@@ -307,8 +307,7 @@ void DemoBuilderTest::script()
     for (const QSharedPointer<DemoPart>& part : parts) {
         QCOMPARE(part->flag, false);
         QVERIFY(part->children.isEmpty());
-        // No part speaks a line that is not there, so that the driver may ask for an empty one
-        // only.
+        // Empty, but never null: the driver asks whether it is empty.
         QVERIFY(!part->text.isNull());
     }
 }
@@ -387,7 +386,7 @@ void DemoBuilderTest::latestBatteryCounts()
     fakedevice::notifyBattery(20);
     const QVector<QSharedPointer<DemoPart>> before = phone.build();
     fakedevice::notifyBattery(40);
-    // What is written stays written.
+    // A script that was built stays as it is.
     QCOMPARE(batteryPart(before)->text, QString("Care about me more"));
     QCOMPARE(batteryPart(before)->caption, QString("Battery 20%"));
     QCOMPARE(lovePart(before)->text, QString("Please plug me in my love"));
@@ -418,7 +417,7 @@ void DemoBuilderTest::anyNameIsTakenAsItIs_data()
     QTest::addColumn<QString>("name");
     QTest::newRow("plain") << "Olka";
     QTest::newRow("empty") << "";
-    // A place for a name, within a name, is none.
+    // A %1 within a name is not replaced.
     QTest::newRow("%1") << "%1";
     QTest::newRow("%2") << "%2";
     QTest::newRow("%1 twice") << "%1x%1";
@@ -446,7 +445,7 @@ void DemoBuilderTest::anyNameIsTakenAsItIs()
         QCOMPARE(part->caption, name);
     }
     QCOMPARE(lines, QStringList({"Who is " + name, "And who is " + name, "How about " + name}));
-    // A name that looks like a place for one has no reach into other lines.
+    // A name with a %1 changes no other line.
     QVERIFY(batteryPart(parts)->text.startsWith("I know"));
     QCOMPARE(batteryPart(parts)->caption, QString("Battery 80%"));
 }

@@ -583,7 +583,7 @@ void DemoMainGlTest::frameCountsFromTheSwitch()
     for (int i = 0; i < 5; ++i) {
         isFrame(i, i == 0 ? 0 : 50);
     }
-    // However long it takes, it is the next frame; and the first one of the next part.
+    // It counts frames, not time, and begins anew with each part.
     isFrame(5, 3000);
     isFrame(0, 2000);
     isFrame(1, 50);
@@ -866,7 +866,7 @@ void DemoMainGlTest::playerDiesFirst()
     QPointer<QMediaPlayer> player = stage.d().player.get();
     const int devices = fakedevice::state().alive;
     bool deviceAlive = false;
-    // A child's word: the player itself falls silent before it goes.
+    // Told by a child, since the player sends nothing when it is destroyed.
     auto* child = new QObject(player);
     connect(child, &QObject::destroyed,
             [&] { deviceAlive = fakedevice::state().alive == devices; });

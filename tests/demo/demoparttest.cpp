@@ -87,7 +87,7 @@ void DemoPartTest::defaults()
 {
     const DemoPart part;
     QVERIFY(part.children.isEmpty());
-    // A line that is empty, and a caption that is not there at all.
+    // The line is empty, the caption is null.
     QVERIFY(part.text.isEmpty());
     QVERIFY(!part.text.isNull());
     QVERIFY(part.caption.isNull());
