@@ -49,8 +49,9 @@ QColor trailColor()
 float jitter()
 {
     const int numbers = 2147483647;
+    const int middle = 1073741823;
     const float step = 4.656613e-10f; // One of 2^31.
-    return static_cast<float>(qrand() % numbers - numbers / 2) * step;
+    return static_cast<float>(qrand() % numbers - middle) * step;
 }
 
 bool hasFace(const DemoPart& part)

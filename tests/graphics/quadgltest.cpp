@@ -1,7 +1,7 @@
 #include "graphics/quad.h"
 
-#include "support/glpictures.h"
 #include "graphics/texture2d.h"
+#include "support/glpictures.h"
 #include "support/glrecorder.h"
 #include "support/glwindow.h"
 #include "support/picturecompare.h"

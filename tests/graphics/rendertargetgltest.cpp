@@ -1,8 +1,8 @@
 #include "graphics/rendertarget.h"
 
-#include "support/glpictures.h"
 #include "graphics/quad.h"
 #include "graphics/renderer.h"
+#include "support/glpictures.h"
 #include "support/glrecorder.h"
 #include "support/glwindow.h"
 #include "support/picturecompare.h"

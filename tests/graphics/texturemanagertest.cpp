@@ -1,7 +1,7 @@
 #include "graphics/texturemanager.h"
 
-#include "support/boxcloser.h"
 #include "graphics/texture_p.h"
+#include "support/boxcloser.h"
 #include "support/glrecorder.h"
 
 #include <QDir>
