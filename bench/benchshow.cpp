@@ -1,5 +1,6 @@
 #include "app/demowindow.h"
 #include "demo/demomain_p.h"
+#include "demo/timing.h"
 
 #include "support/testclock.h"
 
@@ -19,9 +20,9 @@
 
 // Plays the whole show and prints what its frames cost:
 //   pixmoth-bench-show WIDTH HEIGHT throttled|unthrottled [START]
-// Throttled, it runs in real time on its own timer; unthrottled, under a clock that jumps 50 ms a
-// frame. START is the moment of the process's start, in nanoseconds as `date +%s%N` gives them.
-// tools/bench-show makes tables of the output.
+// Throttled, it runs in real time on its own timer; unthrottled, under a clock that jumps a tick
+// with each frame. START is the moment of the process's start, in nanoseconds as `date +%s%N` gives
+// them. tools/bench-show makes tables of the output.
 
 namespace {
 
@@ -94,7 +95,7 @@ void print(const char* name, const QVector<Frame>& frames)
     int missed = 0;
     for (const Frame& frame : frames) {
         work.append(frame.work);
-        missed += std::max(0, static_cast<int>(std::lround(frame.sinceLast / 50.0)) - 1);
+        missed += std::max(0, static_cast<int>(std::lround(frame.sinceLast / TICK_MS)) - 1);
     }
     std::printf("%-6s %6d %8.2f %8.2f %8.2f %8.2f %7d\n", name, work.size(), percentile(work, 50),
                 percentile(work, 95), percentile(work, 99), percentile(work, 100), missed);
@@ -129,7 +130,7 @@ int main(int argc, char* argv[])
         window.timer->stop();
         const int parts = window.demoMain->d->parts.size();
         while (window.demoMain->d->partIndex < parts) {
-            testclock::advance(50);
+            testclock::advance(TICK_MS);
             while (!window.demoMain->speech()->isReady()) {
                 QTest::qWait(1);
             }

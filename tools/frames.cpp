@@ -1,4 +1,5 @@
 #include "demo/demomain_p.h"
+#include "demo/timing.h"
 
 #include "support/fakecontacts.h"
 #include "support/fakedeviceinfo.h"
@@ -44,13 +45,13 @@ int main(int argc, char* argv[])
         const int part = demo.d->partIndex + 1;
         const int now = demo.d->partTime.elapsed();
         for (int i = 2; i < arguments.size(); ++i) {
-            if (now == qRound(arguments[i].toDouble() * 1000 / 50) * 50) {
+            if (now == qRound(arguments[i].toDouble() * 1000 / TICK_MS) * TICK_MS) {
                 const QString name =
                     QString("%1-%2.png").arg(part, 2, 10, QChar('0')).arg(arguments[i]);
                 window.pixels().save(folder.filePath(name));
             }
         }
-        testclock::advance(50);
+        testclock::advance(TICK_MS);
         while (!demo.speech()->isReady()) {
             QTest::qWait(1);
         }

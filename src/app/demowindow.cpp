@@ -1,6 +1,7 @@
 #include "app/demowindow.h"
 
 #include "demo/demomain.h"
+#include "demo/timing.h"
 #include "platform/glsurface.h"
 #include "platform/servicelog.h"
 
@@ -10,10 +11,6 @@
 #include <GLES2/gl2.h>
 
 #include <cstdlib>
-
-namespace {
-const int FRAME_INTERVAL_MS = 50;
-}
 
 DemoWindow::DemoWindow(QWidget* parent) : QGLWidget(parent), timer(nullptr)
 {
@@ -54,7 +51,7 @@ void DemoWindow::initializeGL()
     timer->setTimerType(Qt::PreciseTimer);
     connect(timer, &QTimer::timeout, this, [this] { platform::wakeSurface(this); });
     connect(timer, &QTimer::timeout, this, &DemoWindow::updateGL);
-    timer->start(FRAME_INTERVAL_MS);
+    timer->start(TICK_MS);
     setAutoBufferSwap(true);
 }
 

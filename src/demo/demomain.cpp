@@ -1,6 +1,7 @@
 #include "demo/demomain_p.h"
 
 #include "demo/demobuilder.h"
+#include "demo/timing.h"
 #include "graphics/pausingdevice.h"
 #include "platform/glsurface.h"
 #include "platform/servicelog.h"
@@ -25,8 +26,6 @@ namespace {
 
 const char MUSIC_FILE[] = PIXMOTH_MUSIC_DIR "/beat.mp3";
 
-const int FIRST_PART_MS = 4200;
-const int LATER_PART_MS = 4800;
 const float ARC_MS = 5000.0f; ///< Title, face and fade run over five seconds.
 const float CAPTION_MS = 2000.0f;
 const float HALF_TURN = 3.14f; ///< Pi to two places, as in all arcs here.

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
-/// The whole show, frame by frame at 50 ms, against what its script says and formulas that
+/// The whole show, frame by frame, a tick each, against what its script says and formulas that
 /// share nothing with the driver. Every function has a process of its own.
 class ShowGlTest : public QObject
 {
@@ -24,8 +24,9 @@ private slots:
 
 namespace {
 
-const int FIRST_PART_FRAMES = 85; ///< 4200 ms are over at the frame of 4250,
-const int LATER_PART_FRAMES = 97; ///< 4800 ms at that of 4850.
+/// A part ends with the first tick after its time.
+const int FIRST_PART_FRAMES = FIRST_PART_MS / TICK_MS + 1;
+const int LATER_PART_FRAMES = LATER_PART_MS / TICK_MS + 1;
 
 bool near(const QMatrix4x4& a, const QMatrix4x4& b, float tolerance)
 {
@@ -69,11 +70,11 @@ void ShowGlTest::everyFrameIsDrawnAsWritten()
             const QByteArray where =
                 "part " + QByteArray::number(part + 1) + " frame " + QByteArray::number(frame);
             glrecorder::start(glrecorder::Record);
-            QCOMPARE(stage.frame(frames == 0 ? 0 : 50), 1);
+            QCOMPARE(stage.frame(frames == 0 ? 0 : TICK_MS), 1);
             ++frames;
             QVERIFY2(stage.d().partIndex == part, where);
-            const double ms = 50.0 * frame;
-            QVERIFY2(stage.d().partTime.elapsed() == frame * 50, where);
+            const double ms = TICK_MS * frame;
+            QVERIFY2(stage.d().partTime.elapsed() == frame * TICK_MS, where);
             QVERIFY2(glGetError() == GL_NO_ERROR, where);
 
             const QVector<glrecorder::Draw> draws = glrecorder::draws();
@@ -198,7 +199,7 @@ void ShowGlTest::workPerFrame()
     QElapsedTimer timer;
     int frames = 0;
     for (;;) {
-        testclock::advance(frames == 0 ? 0 : 50);
+        testclock::advance(frames == 0 ? 0 : TICK_MS);
         stage.awaitSilence();
         timer.start();
         if (stage.demo->paint() == 0) {

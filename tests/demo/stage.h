@@ -1,6 +1,7 @@
 #pragma once
 
 #include "demo/demomain_p.h"
+#include "demo/timing.h"
 
 #include "support/fakecontacts.h"
 #include "support/fakedeviceinfo.h"
@@ -70,7 +71,7 @@ public:
     }
 
     /// Lets time pass, and the synthesiser finish, and draws a frame.
-    int frame(int milliseconds = 50)
+    int frame(int milliseconds = TICK_MS)
     {
         testclock::advance(milliseconds);
         if (!talking()) {
@@ -79,11 +80,11 @@ public:
         return demo->paint();
     }
 
-    /// Draws frames of 50 ms until the part of this number, counted from 1, has begun.
+    /// Draws a frame a tick until the part of this number, counted from 1, has begun.
     void playTo(int part)
     {
         for (int i = 0; i < 2000 && d().partIndex != part - 1; ++i) {
-            frame(d().partIndex == -1 ? 0 : 50);
+            frame(d().partIndex == -1 ? 0 : TICK_MS);
         }
         QCOMPARE(d().partIndex, part - 1);
     }

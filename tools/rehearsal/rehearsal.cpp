@@ -3,6 +3,7 @@
 #include "sourcewatch.h"
 
 #include "demo/demomain_p.h"
+#include "demo/timing.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
@@ -11,10 +12,10 @@
 
 namespace {
 
-/// Milliseconds that a part lasts where nothing holds it, as in the driver.
+/// Milliseconds that a part lasts where nothing holds it.
 int lengthOf(int part)
 {
-    return part == 1 ? 4200 : 4800;
+    return part == 1 ? FIRST_PART_MS : LATER_PART_MS;
 }
 
 QTime ago(int milliseconds)
