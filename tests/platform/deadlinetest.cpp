@@ -111,7 +111,7 @@ void DeadlineTest::hanging()
         },
         [] {
             platform::endWithin(1100, 0);
-            for (volatile int i = 0;; i = i + 1) {
+            for (volatile unsigned int i = 0;; i = i + 1) {
             }
         },
         [] {
