@@ -12,8 +12,8 @@
 
 namespace addressbook {
 
-/// The owner's address book behind QtContacts: that of Evolution Data Server, or else the vCard
-/// folders. Contacts have an id and a display label, nothing more, and cannot be changed.
+/// The owner's address book behind QtContacts: what the first of its sources gives that gives any
+/// name. Contacts have an id and a display label, nothing more, and cannot be changed.
 ///
 /// The book is read when it is first asked for, once, within 900 ms: what cannot be had by then
 /// is left out, and the log says why: one line, whatever was missing. From then on everything is

@@ -241,7 +241,7 @@ void EvolutionBooks::advance(Book& book, VCardReader& reader, const QDeadlineTim
                 reader.add(card.toUtf8());
             }
         }
-        finish(list.error()); // Which has no message where it is none.
+        finish(list.error()); // Without an error its message is empty.
     }
 }
 

@@ -50,7 +50,7 @@ VCardLine::VCardLine(const QByteArray& line) : isWhole(line.size() < LONGEST)
     value = line.mid(colon + 1);
 }
 
-bool VCardLine::tells(const char* word) const
+bool VCardLine::isWord(const char* word) const
 {
     return value.trimmed().toUpper() == word;
 }

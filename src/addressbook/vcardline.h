@@ -22,7 +22,7 @@ public:
     QByteArray value;
 
     /// Whether `value` is `word`, in letters of any size.
-    bool tells(const char* word) const;
+    bool isWord(const char* word) const;
 
     /// Whether the value is written so; it then goes on after a line that ends with "=".
     bool isQuotedPrintable() const;

@@ -112,9 +112,9 @@ struct Card
 {
     void take(const VCardLine& line)
     {
-        isGroup = isGroup || (line.name == "KIND" && line.tells("GROUP")) ||
-                  (line.name == "X-ADDRESSBOOKSERVER-KIND" && line.tells("GROUP")) ||
-                  (line.name == "X-EVOLUTION-LIST" && line.tells("TRUE"));
+        isGroup = isGroup || (line.name == "KIND" && line.isWord("GROUP")) ||
+                  (line.name == "X-ADDRESSBOOKSERVER-KIND" && line.isWord("GROUP")) ||
+                  (line.name == "X-EVOLUTION-LIST" && line.isWord("TRUE"));
         const auto kind = std::find(std::begin(NAMING), std::end(NAMING), line.name);
         const QString better = kind - NAMING < rank ? labelOf(line) : QString();
         if (!better.isEmpty()) {
@@ -150,7 +150,7 @@ void VCardReader::add(const QByteArray& text)
     };
     while (!lines.atEnd() && !cutShort) {
         const VCardLine line = lines.next();
-        const bool ofCard = line.tells("VCARD");
+        const bool ofCard = line.isWord("VCARD");
         if (line.name == "BEGIN" && ofCard) {
             if (depth > 0 && !agentFollows) {
                 // The card before was left open; what there is of it counts.

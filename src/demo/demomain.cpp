@@ -158,9 +158,9 @@ void DemoMain::init()
 int DemoMain::paint()
 {
     static bool first = true;
-    static int SYNC_INTERVAL = 4700; // Milliseconds; set anew before its first use.
-    static int frame = -1;
-    static float a = 0.0f; // The turn of the spread copies.
+    static int SYNC_INTERVAL = 4700; // Milliseconds. The first frame sets it, before any use.
+    static int frame = -1;           // Of the part, counted from 0.
+    static float a = 0.0f;           // The phase of the copies' turn, through the whole show.
 
     // An expose event may still ask for a frame after the last one.
     if (d->partIndex >= d->parts.size()) {

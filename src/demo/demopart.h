@@ -9,7 +9,7 @@ class DemoMain;
 /// One timed part of the show: what is said, what is drawn, how it is laid on screen.
 /// A plain record: DemoBuilder writes it, DemoMain::paint() reads it, nobody else touches it.
 /// Parts live on the heap and are held through QSharedPointer<DemoPart> only. The enumerations name
-/// what the numbers of a part mean.
+/// what the numbers of a part mean; the fields are numbers, since some take others besides.
 class DemoPart
 {
 public:
@@ -17,8 +17,9 @@ public:
     enum Face { NoFace = -1, CoyFace, TenderFace, JealousFace };
     /// What is painted: by RadialEffect, by NZoomer, by Wireframes.
     enum Effect { NoEffect = -1, Tree, Tunnel, Lattice, NUM_EFFECTS };
-    /// How the painted picture is laid on screen. Seven copies are each larger than the last and
-    /// turned against it; from 2 on the number is how far they reach, 6 half as far again as 4.
+    /// How the painted picture is laid on screen: once, or in seven copies, each larger than the
+    /// one before and turned. Any number from 2 on stands for copies as well, which reach the
+    /// farther the larger it is; WideCopies reach as far as a spread of 9.4 would.
     enum Spread { OneQuad, WideCopies };
     enum Fade { NoFade, FadeIn, FadeOut };
     /// KeptTitle shows what an earlier part has left of the title.

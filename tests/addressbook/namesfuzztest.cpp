@@ -15,6 +15,7 @@
 #include <QTest>
 #include <QWidget>
 
+#include <algorithm>
 #include <cstdio>
 #include <random>
 #include <string_view>
@@ -297,24 +298,24 @@ void NamesFuzzTest::play(unsigned int seed)
     }
 
     const QVector<QSharedPointer<DemoPart>> parts = DemoBuilder().build(demo);
-    QCOMPARE(parts.size(), 19);
-    const struct
-    {
-        int part;
-        int friendIndex;
-        QString before;
-    } lines[] = {{9, 0, "Who is "}, {11, 2, "And who is "}, {14, 3, "How about "}};
+    const QStringList begins = {"Who is ", "And who is ", "How about "};
+    const int friendIndices[] = {0, 2, 3};
+    QStringList texts;
     QImage screen(256, 256, QImage::Format_ARGB32_Premultiplied);
-    for (const auto& line : lines) {
-        const QString name = friends->name(line.friendIndex);
-        QCOMPARE(parts.at(line.part)->text, line.before + name);
-        QCOMPARE(parts.at(line.part)->caption, name);
+    for (int i = 0; i < begins.size(); ++i) {
+        const QString name = friends->name(friendIndices[i]);
+        texts.append(begins.at(i) + name);
+        const auto part = std::find_if(parts.begin(), parts.end(), [&](const auto& candidate) {
+            return candidate->text == texts.last();
+        });
+        QVERIFY2(part != parts.end(), qPrintable("no part says " + texts.last()));
+        QCOMPARE((*part)->caption, name);
         QPainter painter(&screen);
-        painter.drawText(20, 20, parts.at(line.part)->caption);
+        painter.drawText(20, 20, (*part)->caption);
     }
     QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
 
-    const QString text = parts.at(lines[seed % 3].part)->text;
+    const QString text = texts.at(static_cast<int>(seed % 3));
     log.clear();
     demo.speech()->speak(text);
     QVERIFY(QTest::qWaitFor([&demo] { return demo.speech()->isReady(); }));

@@ -14,7 +14,7 @@ private slots:
     void headAndValue();
     void fields_data();
     void fields();
-    void tells();
+    void isWord();
 };
 
 void VCardLineTest::headAndValue_data()
@@ -86,13 +86,13 @@ void VCardLineTest::fields()
     QCOMPARE(VCardLine("N:" + value).fields(';'), fields);
 }
 
-void VCardLineTest::tells()
+void VCardLineTest::isWord()
 {
-    QVERIFY(VCardLine("BEGIN:VCARD").tells("VCARD"));
-    QVERIFY(VCardLine("BEGIN: vCard ").tells("VCARD"));
-    QVERIFY(!VCardLine("BEGIN:VCARDS").tells("VCARD"));
-    QVERIFY(!VCardLine("BEGIN:").tells("VCARD"));
-    QVERIFY(!VCardLine(":VCARD").tells("VCARD"));
+    QVERIFY(VCardLine("BEGIN:VCARD").isWord("VCARD"));
+    QVERIFY(VCardLine("BEGIN: vCard ").isWord("VCARD"));
+    QVERIFY(!VCardLine("BEGIN:VCARDS").isWord("VCARD"));
+    QVERIFY(!VCardLine("BEGIN:").isWord("VCARD"));
+    QVERIFY(!VCardLine(":VCARD").isWord("VCARD"));
 }
 
 QTEST_GUILESS_MAIN(VCardLineTest)

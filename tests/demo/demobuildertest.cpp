@@ -273,9 +273,11 @@ void DemoBuilderTest::everyPartHasItsPicture()
     for (int number = 1; number <= parts + 1; ++number) {
         const QString picture = QString("pictures/%1.jpg").arg(number, 2, 10, QChar('0'));
         const QString row = QString("| ![%1](%2) | **%1.** ").arg(number).arg(picture);
-        QVERIFY2(tour.contains(row) == (number <= parts),
-                 qPrintable(QString("the script has %1 parts: tell each in a row \"%2\" of "
-                                    "docs/show.md, and run tools/make-pictures")
+        const bool isDrawn = !QFINDTESTDATA("../../docs/" + picture).isEmpty();
+        QVERIFY2(tour.contains(row) == (number <= parts) && isDrawn == (number <= parts),
+                 qPrintable(QString("the script has %1 parts: tell each in a row of docs/show.md, "
+                                    "here \"%2\", and run tools/make-pictures. A part in the "
+                                    "middle gives those after it new numbers")
                                 .arg(parts)
                                 .arg(row)));
     }

@@ -163,13 +163,14 @@ void DemoMainGlTest::initLogsInThisOrder()
     LogCapture log;
     stage.open();
     const graphics::Texture2d* faces = stage.d().faceTextures;
-    const QString program = "Load user shader|Load user vshader|Load user fshader";
+    const QString looks =
+        QString("Load user shader|Load user vshader|Load user fshader|").repeated(NUM_LOOKS);
     const QStringList lines =
         QString("Maker|Model|Product|IMEI|IMSI|vertex shader|fragment shader|"
                 "Created vbuffer %1|Created vbuffer %2|Created vbuffer %3|"
                 "Image size: 512 x 512|Texture id: %4|Image size: 256 x 256|Texture id: %5|"
                 "Image size: 256 x 256|Texture id: %6|Image size: 256 x 256|Texture id: %7|" +
-                program + "|" + program + "|" + program + "|" + program + "|BATTERY: 73")
+                looks + "BATTERY: 73")
             .arg(stage.d().quad->vertexBuffer().id())
             .arg(stage.d().fadeQuad->vertexBuffer().id())
             .arg(stage.d().faceQuad->vertexBuffer().id())
@@ -468,7 +469,7 @@ void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter_data()
     QTest::newRow("tunnel") << DemoPart::Tunnel << false;
     QTest::newRow("lattice") << DemoPart::Lattice << true;
     QTest::newRow("none") << DemoPart::NoEffect << false;
-    QTest::newRow("none, by an unknown number") << static_cast<DemoPart::Effect>(3) << false;
+    QTest::newRow("none, by an unknown number") << DemoPart::NUM_EFFECTS << false;
 }
 
 void DemoMainGlTest::captionStartsWhereTheEffectLeftThePainter()
@@ -745,15 +746,18 @@ void DemoMainGlTest::unknownIsToldAndLeftOut_data()
                           << QStringList{"Part 1: there is no look \"contrast5\""};
     QTest::newRow("no look") << "" << 0 << 0 << QStringList{"Part 1: there is no look \"\""};
     QTest::newRow("next face") << "contrast" << NUM_FACES << 0
-                               << QStringList{"Part 1: there is no face 3"};
+                               << QStringList{
+                                      QString("Part 1: there is no face %1").arg(NUM_FACES)};
     QTest::newRow("face far away")
         << "contrast" << (1 << 30) << 0 << QStringList{"Part 1: there is no face 1073741824"};
-    QTest::newRow("next effect") << "contrast" << 0 << 3
-                                 << QStringList{"Part 1: there is no effect 3"};
-    QTest::newRow("all of them") << "gloss" << 7 << 8
+    const int nextEffect = DemoPart::NUM_EFFECTS;
+    QTest::newRow("next effect") << "contrast" << 0 << nextEffect
+                                 << QStringList{
+                                        QString("Part 1: there is no effect %1").arg(nextEffect)};
+    QTest::newRow("all of them") << "gloss" << 70 << 80
                                  << QStringList{"Part 1: there is no look \"gloss\"",
-                                                "Part 1: there is no face 7",
-                                                "Part 1: there is no effect 8"};
+                                                "Part 1: there is no face 70",
+                                                "Part 1: there is no effect 80"};
 }
 
 void DemoMainGlTest::unknownIsToldAndLeftOut()
