@@ -265,6 +265,9 @@ void DemoBuilderTest::scriptIsListed()
 
 void DemoBuilderTest::everyPartHasItsPicture()
 {
+    if (!listed) {
+        QSKIP("scriptIsListed comes first");
+    }
     Phone phone(73, 1, fourFriends());
     QFile file(QFINDTESTDATA("../../docs/show.md"));
     QVERIFY(file.open(QIODevice::ReadOnly));
