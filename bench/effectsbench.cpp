@@ -260,27 +260,27 @@ void treeDrawingOnNothing(benchmark::State& state)
 }
 BENCHMARK(treeDrawingOnNothing)->ArgName("worst")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
-void zoomer(benchmark::State& state)
+void tunnel(benchmark::State& state)
 {
     FrameBitmap bitmap;
     NZoomer effect;
     effect.init();
     int frame = 0;
-    const Instructions counted("zoomer", state);
+    const Instructions counted("tunnel", state);
     for (auto _ : state) {
         effect.renderFrame(&bitmap, frame++);
     }
 }
-BENCHMARK(zoomer)->Unit(benchmark::kMicrosecond);
+BENCHMARK(tunnel)->Unit(benchmark::kMicrosecond);
 
 /// The numbers of a zoom: a picture read back through a turn, bilinearly.
-void zoomerNumbers(benchmark::State& state)
+void tunnelNumbers(benchmark::State& state)
 {
     std::vector<std::uint32_t> from(256 * 256, 0xff102030u);
     std::vector<std::uint32_t> to(256 * 256);
     const double c = std::cos(1.6 * M_PI / 180) / 1.05;
     const double s = std::sin(1.6 * M_PI / 180) / 1.03;
-    const Instructions counted("zoomerNumbers", state);
+    const Instructions counted("tunnelNumbers", state);
     for (auto _ : state) {
         for (int y = 0; y < 256; ++y) {
             int u = static_cast<int>((128 + c * (0 - 128) + s * (y - 128)) * 65536);
@@ -307,7 +307,7 @@ void zoomerNumbers(benchmark::State& state)
         std::swap(from, to);
     }
 }
-BENCHMARK(zoomerNumbers)->Unit(benchmark::kMicrosecond);
+BENCHMARK(tunnelNumbers)->Unit(benchmark::kMicrosecond);
 
 void drawLattice(benchmark::State& state, const char* name, QPaintDevice& device)
 {
