@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QHostAddress>
+#include <QHostInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QProcess>
@@ -284,6 +285,9 @@ void SilentServersTest::soundServer()
     QFETCH(QString, address);
     QFETCH(int, answers);
     QFETCH(bool, isHidden);
+    if (address.contains("localhost") && QHostInfo::fromName("localhost").addresses().isEmpty()) {
+        QSKIP("this machine does not know localhost");
+    }
     FakeSoundServer server(answers);
     QVERIFY(answers < 0 || server.listen(folder->filePath("pulse/native")));
     probe->environment.insert("PULSE_SERVER", told(address));
