@@ -70,8 +70,8 @@ QDBusMessage PrivateBus::call(const QString& service, const QString& path, const
 {
     QDBusMessage message = QDBusMessage::createMethodCall(service, path, interface, method);
     message.setArguments(arguments);
-    return connection().call(message, QDBus::Block,
-                             30000); // A busy machine starts a service slowly.
+    const int limitMs = 30000; // A busy machine starts a service slowly.
+    return connection().call(message, QDBus::Block, limitMs);
 }
 
 bool PrivateBus::waitForName(const QString& name)
