@@ -5,6 +5,7 @@
 
 #include "support/fakecontacts.h"
 #include "support/fakedeviceinfo.h"
+#include "support/files.h"
 #include "support/glrecorder.h"
 #include "support/glwindow.h"
 #include "support/testclock.h"
@@ -32,16 +33,13 @@ public:
         fakedevice::state().batteryLevel = 73;
         fakecontacts::use();
         fakecontacts::setLabels({"Anna Bell", "Bo Carr", "Cleo Dahl", "Dora Ek"});
-        QFile synthesiser(bin.filePath("espeak"));
-        synthesiser.open(QIODevice::WriteOnly);
         // Says what it is told to say, and goes on for as long as the test wants.
-        synthesiser.write("#!/bin/sh\n"
-                          "here=$(dirname \"$0\")\n"
-                          "for line; do :; done\n"
-                          "printf '%s\\n' \"$line\" >>\"$here/spoken\"\n"
-                          "while [ -e \"$here/talking\" ]; do sleep 0.02; done\n");
-        synthesiser.close();
-        synthesiser.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        writeScript(bin.filePath("espeak"),
+                    "#!/bin/sh\n"
+                    "here=$(dirname \"$0\")\n"
+                    "for line; do :; done\n"
+                    "printf '%s\\n' \"$line\" >>\"$here/spoken\"\n"
+                    "while [ -e \"$here/talking\" ]; do sleep 0.02; done\n");
         qputenv("PATH", bin.path().toLocal8Bit() + ":" + qgetenv("PATH"));
     }
 

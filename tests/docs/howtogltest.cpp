@@ -5,6 +5,7 @@
 #include "effects/effectbase.h"
 #include "graphics/renderer.h"
 #include "platform/servicelog.h"
+#include "support/files.h"
 #include "support/glpictures.h"
 #include "support/glwindow.h"
 #include "support/logcapture.h"
@@ -179,10 +180,8 @@ void HowToGlTest::namesAreRead()
 {
     QTemporaryDir folder;
     const QString path = folder.filePath("aliases");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("# mine\nalias anna Anna Berg <anna@example.org>\nset x\nalias bo Bo <b@c>\n");
-    file.close();
+    QVERIFY(writeFile(
+        path, "# mine\nalias anna Anna Berg <anna@example.org>\nset x\nalias bo Bo <b@c>\n"));
     const QDeadlineTimer soon(5000);
     addressbook::VCardReader reader(soon);
     QCOMPARE(addressbook::MailAliases(path).read(reader, soon), QString());
@@ -199,10 +198,7 @@ void HowToGlTest::namesEndByTheDeadline()
 {
     QTemporaryDir folder;
     const QString path = folder.filePath("aliases");
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("alias anna Anna Berg <anna@example.org>\n");
-    file.close();
+    QVERIFY(writeFile(path, "alias anna Anna Berg <anna@example.org>\n"));
     const QDeadlineTimer over(0);
     addressbook::VCardReader reader(over);
     QCOMPARE(addressbook::MailAliases(path).read(reader, over),
@@ -219,10 +215,7 @@ void HowToGlTest::serviceTellsWhatIsMissing()
     QCOMPARE(log.platformLines().size(), 1);
     QVERIFY(log.platformLines().first().startsWith("No temperature: "));
 
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("41500\n");
-    file.close();
+    QVERIFY(writeFile(path, "41500\n"));
     QCOMPARE(platform::temperature(path), 41.5);
     QCOMPARE(log.platformLines().size(), 1);
 }

@@ -1,8 +1,9 @@
-# The examples of docs/how-to.md: each block of code that names a file becomes that file, below a
-# folder of the build.
-function(pixmoth_take_examples page folder)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page})
+# The examples of a page: each block of code that names a file becomes that file, below a folder of
+# the build. One that the test does not take from there is an error, since nobody would try it.
+function(pixmoth_take_examples page test folder)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${page} ${test})
   file(REMOVE_RECURSE ${folder})
+  file(READ ${test} test_text)
   file(READ ${page} text)
   string(FIND "${text}" "\n```" begin)
   while(NOT begin EQUAL -1)
@@ -13,6 +14,10 @@ function(pixmoth_take_examples page folder)
     string(FIND "${text}" "\n```" end)
     if(head MATCHES "^[a-z]+ (.+)$")
       set(file ${folder}/${CMAKE_MATCH_1})
+      string(FIND "${test_text}" "/${CMAKE_MATCH_1}\"" taken)
+      if(taken EQUAL -1)
+        message(FATAL_ERROR "${page}: ${test} does not try ${CMAKE_MATCH_1}")
+      endif()
       math(EXPR length "${end} - ${line}")
       string(SUBSTRING "${text}" ${line} ${length} code)
       file(WRITE ${file} "${code}\n")
@@ -24,7 +29,8 @@ function(pixmoth_take_examples page folder)
 endfunction()
 
 set(examples ${CMAKE_CURRENT_BINARY_DIR}/how-to)
-pixmoth_take_examples(${PROJECT_SOURCE_DIR}/docs/how-to.md ${examples})
+pixmoth_take_examples(${PROJECT_SOURCE_DIR}/docs/how-to.md
+  ${CMAKE_CURRENT_SOURCE_DIR}/docs/howtogltest.cpp ${examples})
 pixmoth_add_test(docs howtogltest EACH)
 target_include_directories(howtogltest PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
 target_compile_definitions(howtogltest PRIVATE EXAMPLES="${examples}")

@@ -2,6 +2,7 @@
 and where the builds put it."""
 
 import os
+import re
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 MUSIC_FOLDER = os.path.join(ROOT, "music")
@@ -21,8 +22,18 @@ LAST_SPOKEN = "Unless you mean it"
 
 # So long the screen stays black at the beginning.
 BLACK_S = 2
-FIRST_PART_S = 4.2
-PART_S = 4.8
+
+
+def part_lengths():
+    """In seconds: the first part and each later one end with the first tick after their time."""
+    with open(os.path.join(ROOT, "src/demo/timing.h"), encoding="utf-8") as header:
+        ms = {name: int(number)
+              for name, number in re.findall(r"(\w+_MS) = (\d+);", header.read())}
+    return tuple((ms[name] // ms["TICK_MS"] + 1) * ms["TICK_MS"] / 1000
+                 for name in ("FIRST_PART_MS", "LATER_PART_MS"))
+
+
+FIRST_PART_S, PART_S = part_lengths()
 
 
 def read_log(path):
