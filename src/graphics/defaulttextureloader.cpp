@@ -9,6 +9,7 @@
 #include <GLES2/gl2.h>
 
 #include <memory>
+#include <utility>
 
 namespace graphics {
 
@@ -20,7 +21,7 @@ Texture2d DefaultTextureLoader::loadTexture(const QString& filename, int width, 
         return Texture2d();
     }
     // ARGB words with red and blue swapped are the bytes R, G, B, A on a little-endian processor.
-    image = image.convertToFormat(QImage::Format_ARGB32).rgbSwapped();
+    image = std::move(image).convertToFormat(QImage::Format_ARGB32).rgbSwapped();
     qDebug() << "Image size:" << image.width() << "x" << image.height();
 
     if (width < 1) {
