@@ -16,6 +16,7 @@ const char NAME[] = "pixmothsoundsink";
 struct SoundSink
 {
     GstBin bin;
+    guint64 position; ///< Of the latest piece of sound, in nanoseconds; guarded by the object lock.
 };
 
 struct SoundSinkClass
@@ -23,10 +24,27 @@ struct SoundSinkClass
     GstBinClass bin;
 };
 
-/// Called in the player's own thread, for every piece of sound.
-GstPadProbeReturn takeGapMarkOff(GstPad*, GstPadProbeInfo* info, gpointer)
+guint64 positionOf(GstPad* pad, GstBuffer* buffer)
+{
+    guint64 position = GST_CLOCK_TIME_NONE;
+    if (GstEvent* event = gst_pad_get_sticky_event(pad, GST_EVENT_SEGMENT, 0)) {
+        const GstSegment* segment = nullptr;
+        gst_event_parse_segment(event, &segment);
+        position = gst_segment_to_stream_time(segment, GST_FORMAT_TIME, GST_BUFFER_PTS(buffer));
+        gst_event_unref(event);
+    }
+    return position;
+}
+
+/// Called in the player's own thread, for every piece of sound. Takes its mark as a gap off.
+GstPadProbeReturn handOn(GstPad* pad, GstPadProbeInfo* info, gpointer data)
 {
     GstBuffer* buffer = GST_PAD_PROBE_INFO_BUFFER(info);
+    auto* sink = static_cast<SoundSink*>(data);
+    const guint64 position = positionOf(pad, buffer);
+    GST_OBJECT_LOCK(sink);
+    sink->position = position;
+    GST_OBJECT_UNLOCK(sink);
     if (GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_GAP)) {
         buffer = gst_buffer_make_writable(buffer);
         GST_BUFFER_FLAG_UNSET(buffer, GST_BUFFER_FLAG_GAP);
@@ -35,8 +53,29 @@ GstPadProbeReturn takeGapMarkOff(GstPad*, GstPadProbeInfo* info, gpointer)
     return GST_PAD_PROBE_OK;
 }
 
+/// The player asks for the position in the GUI thread, and a sink of ALSA's would wait for its
+/// device to answer that. What was handed on last is as near as anybody here needs it.
+gboolean answer(GstElement* element, GstQuery* query)
+{
+    if (GST_QUERY_TYPE(query) != GST_QUERY_POSITION) {
+        const gpointer parent = g_type_class_peek_parent(GST_ELEMENT_GET_CLASS(element));
+        return GST_ELEMENT_CLASS(parent)->query(element, query);
+    }
+    GstFormat format = GST_FORMAT_UNDEFINED;
+    gst_query_parse_position(query, &format, nullptr);
+    GST_OBJECT_LOCK(element);
+    const guint64 position = reinterpret_cast<SoundSink*>(element)->position;
+    GST_OBJECT_UNLOCK(element);
+    if (format != GST_FORMAT_TIME || !GST_CLOCK_TIME_IS_VALID(position)) {
+        return FALSE;
+    }
+    gst_query_set_position(query, format, static_cast<gint64>(position));
+    return TRUE;
+}
+
 void initClass(gpointer sinkClass, gpointer)
 {
+    GST_ELEMENT_CLASS(sinkClass)->query = answer;
     gst_element_class_set_static_metadata(
         GST_ELEMENT_CLASS(sinkClass), "Sound sink of pixmoth", "Sink/Audio",
         "Plays silence as sound, through the usual sink", "The authors of pixmoth");
@@ -44,13 +83,14 @@ void initClass(gpointer sinkClass, gpointer)
 
 void initSink(GTypeInstance* instance, gpointer)
 {
+    reinterpret_cast<SoundSink*>(instance)->position = GST_CLOCK_TIME_NONE;
     GstElement* usual = gst_element_factory_make("autoaudiosink", nullptr);
     if (!usual) {
         return; // The framework's plugins are not installed, and there is no player either.
     }
     gst_bin_add(GST_BIN(instance), usual);
     GstPad* pad = gst_element_get_static_pad(usual, "sink");
-    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, takeGapMarkOff, nullptr, nullptr);
+    gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, handOn, instance, nullptr);
     gst_element_add_pad(GST_ELEMENT(instance), gst_ghost_pad_new("sink", pad));
     gst_object_unref(pad);
 }

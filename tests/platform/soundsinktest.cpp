@@ -1,8 +1,17 @@
 #include "platform/soundsink.h"
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gst/gst.h>
+
+#include <chrono>
+#include <fcntl.h>
+#include <future>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 /// No sound server is to be found here: the framework plays into nothing, in real time.
 class SoundSinkTest : public QObject
@@ -13,7 +22,11 @@ private slots:
     void initTestCase();
     void cleanup();
     void silenceIsSound();
+    void positionIsToldWithoutTheSink();
     void sinkOfTheUsersOwnIsKept();
+
+private:
+    QByteArray ownSink; ///< Its name; it is provided once in a process.
 };
 
 namespace {
@@ -42,11 +55,58 @@ void countBuffers(GstPad* pad, Passed* passed)
     gst_object_unref(pad);
 }
 
+/// A sound card past any server, which takes what it has room for and plays nothing of it.
+class FrozenCard
+{
+public:
+    FrozenCard() : pipe(-1)
+    {
+        const QByteArray fifo = QFile::encodeName(folder.filePath("card"));
+        QFile settings(folder.filePath("asound.conf"));
+        if (::mkfifo(fifo, 0600) == 0 && settings.open(QIODevice::WriteOnly)) {
+            settings.write("pcm.!default { type file slave.pcm { type null } format raw file \"" +
+                           fifo + "\" }\n");
+            pipe = ::open(fifo, O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        }
+        qputenv("ALSA_CONFIG_PATH", QFile::encodeName(settings.fileName()));
+    }
+    ~FrozenCard()
+    {
+        qunsetenv("ALSA_CONFIG_PATH");
+        ::close(pipe);
+    }
+    bool isThere() const
+    {
+        return pipe >= 0;
+    }
+    bool isFull() const
+    {
+        pollfd room = {pipe, POLLOUT, 0};
+        return ::poll(&room, 1, 0) == 0;
+    }
+    /// Takes all that comes, until `done`.
+    void thawUntil(const std::future<void>& done) const
+    {
+        char sound[65536];
+        while (done.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+            while (::read(pipe, sound, sizeof sound) > 0) {
+            }
+        }
+    }
+
+private:
+    QTemporaryDir folder;
+    int pipe;
+};
+
 } // namespace
 
 void SoundSinkTest::initTestCase()
 {
     QVERIFY(gst_init_check(nullptr, nullptr, nullptr));
+    platform::provideSoundSink();
+    ownSink = qgetenv(PLAYERS_SINK);
+    QVERIFY(!ownSink.isEmpty());
 }
 
 void SoundSinkTest::cleanup()
@@ -56,12 +116,8 @@ void SoundSinkTest::cleanup()
 
 void SoundSinkTest::silenceIsSound()
 {
-    platform::provideSoundSink();
-    const QByteArray name = qgetenv(PLAYERS_SINK);
-    QVERIFY(!name.isEmpty());
-
     const QByteArray description = "audiotestsrc num-buffers=" + QByteArray::number(NUM_BUFFERS) +
-                                   " ! volume name=volume volume=0 ! " + name + " name=sink";
+                                   " ! volume name=volume volume=0 ! " + ownSink + " name=sink";
     GstElement* pipeline = gst_parse_launch(description, nullptr);
     QVERIFY(pipeline);
     Passed volume;
@@ -92,6 +148,29 @@ void SoundSinkTest::silenceIsSound()
     QCOMPARE(volume.gaps, NUM_BUFFERS);
     QCOMPARE(sink.buffers, NUM_BUFFERS);
     QCOMPARE(sink.gaps, 0);
+}
+
+void SoundSinkTest::positionIsToldWithoutTheSink()
+{
+    const FrozenCard card;
+    QVERIFY(card.isThere());
+    GstElement* pipeline = gst_parse_launch("audiotestsrc ! " + ownSink, nullptr);
+    QVERIFY(pipeline);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    const bool frozen = QTest::qWaitFor([&] { return card.isFull(); }, 60000);
+
+    gint64 position = -1;
+    auto answer = std::async(std::launch::async, [&] {
+        return gst_element_query_position(pipeline, GST_FORMAT_TIME, &position) != 0;
+    });
+    const bool answered = answer.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
+    card.thawUntil(
+        std::async(std::launch::async, [&] { gst_element_set_state(pipeline, GST_STATE_NULL); }));
+    gst_object_unref(pipeline);
+    QVERIFY(frozen);
+    QVERIFY2(answered, "whoever asks for the position waits for the card");
+    QVERIFY(answer.get());
+    QVERIFY2(position > 0 && position < 60 * GST_SECOND, qPrintable(QString::number(position)));
 }
 
 void SoundSinkTest::sinkOfTheUsersOwnIsKept()
