@@ -156,6 +156,8 @@ void SoundSinkTest::positionIsToldWithoutTheSink()
     QVERIFY(card.isThere());
     GstElement* pipeline = gst_parse_launch("audiotestsrc ! " + ownSink, nullptr);
     QVERIFY(pipeline);
+    gint64 none = 0;
+    QVERIFY(!gst_element_query_position(pipeline, GST_FORMAT_TIME, &none));
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     const bool frozen = QTest::qWaitFor([&] { return card.isFull(); }, 60000);
 
@@ -163,6 +165,7 @@ void SoundSinkTest::positionIsToldWithoutTheSink()
     auto answer = std::async(std::launch::async, [&] {
         return gst_element_query_position(pipeline, GST_FORMAT_TIME, &position) != 0;
     });
+    const bool inBytes = gst_element_query_position(pipeline, GST_FORMAT_BYTES, &none) != 0;
     const bool answered = answer.wait_for(std::chrono::seconds(10)) == std::future_status::ready;
     card.thawUntil(
         std::async(std::launch::async, [&] { gst_element_set_state(pipeline, GST_STATE_NULL); }));
@@ -170,6 +173,7 @@ void SoundSinkTest::positionIsToldWithoutTheSink()
     QVERIFY(frozen);
     QVERIFY2(answered, "whoever asks for the position waits for the card");
     QVERIFY(answer.get());
+    QVERIFY(!inBytes);
     QVERIFY2(position > 0 && position < 60 * GST_SECOND, qPrintable(QString::number(position)));
 }
 

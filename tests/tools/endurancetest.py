@@ -9,8 +9,10 @@ import time
 import unittest
 from unittest import mock
 
+from surroundings.soundserver import PipeWire, PulseAudio, SILENCE_DB
 from surroundings.surrounding import Surrounding
-from wearout import commandline, servicecases, trials
+from wearout import commandline, frozen, servicecases, trials
+from wearout.frozen import Incident
 from wearout.trials import Chance, Trials
 
 
@@ -44,7 +46,20 @@ class CommandLineTest(unittest.TestCase):
     def test_every_kind_has_its_option(self):
         words = [word for kind in commandline.KINDS for word in ("--" + kind.name, "0")]
         options = commandline.parse(words)
-        self.assertEqual(commandline.expected_minutes(options), 0)
+        self.assertEqual(commandline.expected_minutes(options, PipeWire), 0)
+
+    def test_a_server_of_more_programs_takes_longer(self):
+        options = commandline.parse([])
+        times = [commandline.expected_minutes(options, kind)
+                 for kind in (None, PulseAudio, PipeWire)]
+        self.assertEqual(times, sorted(set(times)))
+
+    def test_sound_server(self):
+        self.assertIsNone(commandline.parse([]).sound_server)
+        self.assertEqual(commandline.parse(["--sound-server", "pipewire"]).sound_server,
+                         "pipewire")
+        with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
+            commandline.parse(["--sound-server", "gramophone"])
 
     def test_negative_counts_are_refused(self):
         with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
@@ -80,13 +95,13 @@ class StartTest(unittest.TestCase):
         self.trials = Trials(Chance(1), 1)
         self.addCleanup(self.trials.end)
 
-    def play(self, script, allowed=(0,), act=lambda start: None):
+    def play(self, script, allowed=(0,), act=lambda start: None, frames=False):
         """What is complained of."""
         trials.write_program(self.program, "#!/bin/sh\n" + script + "\n")
         told = io.StringIO()
         with contextlib.redirect_stdout(told), self.trials.start("start", 0) as start:
             start.allowed = allowed
-            start.begin(":0")
+            start.begin(":0", frames=frames)
             act(start)
         return told.getvalue()
 
@@ -134,11 +149,79 @@ class StartTest(unittest.TestCase):
         self.assertIn("first frame after 0.", told)
         self.assertIn("end after 0.", told)
 
+    def frames(self, *times):
+        """What is complained of where they are shown at these times."""
+        return self.play(f"printf '%s\\n' {' '.join(map(str, times))} >$FRAME_TIMES", frames=True,
+                         act=lambda start: (start.await_exit(), start.look_at_frames()))
+
+    def test_frames(self):
+        self.assertEqual(self.frames(7.0, 7.05, 7.1), "")
+        self.assertIn("no frame for 0.9 s, 0.1 s after the first", self.frames(7.0, 7.1, 8.0, 8.1))
+        self.assertIn("1 frames", self.frames(7.0))
+        self.trials.frame_gap_s = 1
+        self.assertEqual(self.frames(7.0, 7.1, 8.0, 8.1), "")
+
+    def test_a_line_of_the_log(self):
+        def look(line):
+            return self.play("echo No sound: gone; echo No No", act=lambda start: (
+                start.await_exit(), start.look_for(line)))
+        self.assertEqual(look("No sound"), "")
+        self.assertEqual(look(""), "")
+        self.assertIn("'No music' told 0 times", look("No music"))
+        self.assertIn("'No' told 3 times", look("No"))
+
+    def happen(self, incident, script="", loudness_db=-20.0):
+        """What is complained of where it happens to a server that is told all that it is to do."""
+        server = mock.Mock(environment={})
+        server.loudness.return_value = loudness_db
+        trials.write_program(self.program, "#!/bin/sh\necho BATTERY: 50; seq 1 0.05 3 "
+                             ">$FRAME_TIMES\n" + script + "\nexec sleep 0.3\n")
+        told = io.StringIO()
+        with contextlib.redirect_stdout(told), mock.patch.object(frozen.time, "sleep"):
+            frozen.one_incident(self.trials, mock.Mock(display=":0"), server, incident, 0)
+        return told.getvalue(), [call[0] for call in server.method_calls]
+
+    def test_incidents(self):
+        def step(name):
+            return lambda server: getattr(server, name)()
+        every = Incident("every", before=step("a"), early=step("b"), amid=step("c"),
+                         later=step("d"))
+        self.assertEqual(self.happen(every), ("", ["a", "b", "c", "d"]))
+        self.assertIn("'No sound' told 0 times", self.happen(Incident("mute", told="No sound"))[0])
+
+    def test_music(self):
+        heard = Incident("heard", heard=True)
+        self.assertEqual(self.happen(heard), ("", ["loudness"]))
+        self.assertIn("the music is not heard", self.happen(heard, loudness_db=SILENCE_DB)[0])
+
+    def test_late_frames_of_an_incident(self):
+        late = "echo 5 >>$FRAME_TIMES"
+        self.assertIn("no frame for 2.0 s", self.happen(Incident("amid"), late)[0])
+        # What comes in the first moments may hold the second frame, as it may the first.
+        early = Incident("early", early=lambda server: None)
+        self.assertEqual(self.happen(early, late)[0], "")
+
     def test_the_log_of_what_is_well_goes(self):
         self.play("echo told")
         self.assertEqual(os.listdir(self.folder.name), ["program"])
         self.play("echo told; exit 1")
         self.assertIn("start-0.log", os.listdir(self.folder.name))
+
+
+class IncidentsTest(unittest.TestCase):
+    def test_each_program_freezes_by_itself(self):
+        for kind in (PulseAudio, PipeWire):
+            server = mock.Mock()
+            for incident in frozen.incidents(kind):
+                for step in (incident.before, incident.early, incident.amid, incident.later):
+                    if step:
+                        step(server)
+            frozen_ones = {call.args[0] for call in server.freeze.call_args_list}
+            self.assertEqual(frozen_ones, set(kind.programs))
+
+    def test_names_differ(self):
+        names = [incident.name for incident in frozen.incidents(PipeWire)]
+        self.assertEqual(len(names), len(set(names)))
 
 
 class SynthesiserTest(unittest.TestCase):

@@ -18,7 +18,7 @@ foreach(name rehearsalgltest rehearsalmusicgltest)
 endforeach()
 
 # Tools that are written in Python are tested in Python.
-foreach(name endurancetest phonechecktest toolstest)
+foreach(name endurancetest phonechecktest soundservertest toolstest)
   add_test(NAME ${name} COMMAND python3 -m unittest -v ${name}
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/tools)
   set_tests_properties(${name} PROPERTIES

@@ -1,10 +1,15 @@
 """Sound servers: PulseAudio, and PipeWire with what makes it one for the programs of PulseAudio."""
 
+import array
+import math
 import os
 import shutil
 import signal
+import socket
 import subprocess
+import sys
 import tempfile
+import threading
 
 from surroundings import NO_BUS
 from surroundings.surrounding import CannotStart, Surrounding, end_process
@@ -14,6 +19,9 @@ from surroundings.waiting import wait_until
 STARTS_WITHIN_S = 60
 # What all of them play to: nobody. What is played can be heard at SINK.monitor.
 SINK = "null"
+RATE = 8000
+# In dB of full scale: nothing at all.
+SILENCE_DB = -100.0
 # How long the sound may be under way: whoever plays and whoever listens is asked to hold no more.
 LATENCY_MS = 30
 
@@ -90,6 +98,21 @@ class SoundServer(Surrounding):
         except subprocess.TimeoutExpired:
             return ""
 
+    def loudness(self, seconds):
+        """Of what is played now and so long, in dB of full scale."""
+        with subprocess.Popen(
+                ["parec", f"--device={SINK}.monitor", "--raw", "--format=s16le", f"--rate={RATE}",
+                 "--channels=1", f"--latency-msec={LATENCY_MS}"],
+                env={**os.environ, **self.environment}, stdout=subprocess.PIPE,
+                stderr=subprocess.DEVNULL) as recorder:
+            # A server that does not play sends nothing.
+            watch = threading.Timer(seconds + STARTS_WITHIN_S, recorder.kill)
+            watch.start()
+            samples = recorder.stdout.read(2 * int(RATE * seconds))
+            watch.cancel()
+            recorder.kill()
+        return loudness_of(samples)
+
     def answers(self):
         """Only with a sink to play to has all of a server begun its work."""
         return self.ask("get-default-sink").strip() == SINK if self.sink else self.ask("info")
@@ -163,7 +186,20 @@ class PipeWire(SoundServer):
             file.write("\n".join(lines) + "\n")
 
     def has_started(self, program):
-        return program != "pipewire" or os.path.exists(os.path.join(self.folder, "pipewire-0"))
+        if program != "pipewire":
+            return True
+        # Its socket may be that of one before it.
+        with socket.socket(socket.AF_UNIX) as guest:
+            return guest.connect_ex(os.path.join(self.folder, "pipewire-0")) == 0
+
+
+def loudness_of(samples):
+    """In dB of full scale. The samples are of 16 bits, the low byte first."""
+    values = array.array("h", samples[:len(samples) // 2 * 2])
+    if sys.byteorder == "big":
+        values.byteswap()
+    power = sum(value * value for value in values) / 32768 ** 2 / max(len(values), 1)
+    return 10 * math.log10(power) if power > 0 else SILENCE_DB
 
 
 KINDS = {"pulseaudio": PulseAudio, "pipewire": PipeWire}

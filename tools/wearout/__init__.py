@@ -6,6 +6,6 @@
     sizes         storms of resizes, and screens of other sizes
     services, servicecases
                   services that are missing, fail, or do not answer
-    frozen        sound servers that freeze in the midst of the show
+    frozen        sound servers that freeze, go or come in the midst of the show
     shows         whole shows in a row, in one process
 """

@@ -92,6 +92,11 @@ def sounds(folder, silence, faltering):
                    told=NO_SOUND_LINE)
 
 
+def sound_cards(cards):
+    for name, card in zip(("frozen-sound-card", "sound-card-that-never-opens"), cards):
+        yield Case(name, card.environment, play_s=2.5)
+
+
 def musics(folder):
     """A pipe in place of the music. Nobody writes to it; one that opened it would wait for ever.
     It is there for the program alone, in a space of mounts of its own."""
@@ -135,7 +140,7 @@ def owners(folder, chance):
     yield Case("no-language", {"LANG": None, "LC_ALL": None, "LC_CTYPE": None})
 
 
-def every(trials, silence, frozen_saver, faltering):
+def every(trials, silence, frozen_saver, faltering, cards):
     folder = trials.folder
     empty = os.path.join(folder, "empty")
     os.makedirs(empty, 0o700)
@@ -143,6 +148,7 @@ def every(trials, silence, frozen_saver, faltering):
     yield from buses(silence, frozen_saver, trials.bus)
     yield from voices(folder, empty)
     yield from sounds(folder, silence, faltering)
+    yield from sound_cards(cards)
     yield from musics(folder)
     yield from pictures()
     yield from owners(folder, trials.chance)

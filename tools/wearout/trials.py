@@ -22,6 +22,10 @@ LIMIT_S = 20
 # What the show promises, on a machine that is not busy.
 FIRST_FRAME_S = 3
 END_S = 2
+# Far more than between two ticks, far less than a frozen server would hold a frame.
+FRAME_GAP_S = 0.5
+# Loaded before the program's libraries, it writes down when each frame is shown.
+FRAME_TIMES = os.path.join(ROOT, "build/debug/tests/endurance/libframetimes.so")
 # After its end: until all that it started has ended, and the screen saver knows.
 SETTLES_WITHIN_S = 2
 # The toolkit's own warning of a process object that dies before its process. Nothing else tells:
@@ -64,13 +68,17 @@ class Slowest:
 class Trials(Surrounding):
     """What all starts share: a bus, a folder for what the program leaves, and the figures."""
 
-    def __init__(self, chance, patience):
+    def __init__(self, chance, patience, sound_server=None):
+        """`sound_server`: the kind of those that trials start, or None where there is none."""
         self.chance = chance
+        self.sound_server = sound_server
         self.first_frame_s = FIRST_FRAME_S * patience
         self.end_s = END_S * patience
+        self.frame_gap_s = FRAME_GAP_S * patience
         self.failures = 0
         self.slowest_frame = Slowest()
         self.slowest_end = Slowest()
+        self.slowest_gap = Slowest()
         self.folder = tempfile.mkdtemp(prefix="pixmoth-endurance-")
         self.scratch = os.path.join(self.folder, "scratch")
         self.runtime = os.path.join(self.folder, "runtime")
@@ -116,13 +124,18 @@ class Start:
         self.code = None
         self.wrong = []
         self.log_path = os.path.join(LOGS, f"{name}-{number}.log")
+        self.frames_path = os.path.join(trials.folder, f"{name}-{number}.frames")
 
-    def begin(self, display, changes=None, before=()):
+    def begin(self, display, changes=None, before=(), frames=False):
         """`changes` of the environment: None takes a variable away. `before`: the command that
-        starts the program, when it is not started by itself."""
+        starts the program, when it is not started by itself. `frames`: their times are written
+        down."""
+        changes = dict(changes or {})
+        if frames:
+            changes.update(LD_PRELOAD=FRAME_TIMES, FRAME_TIMES=self.frames_path)
         with open(self.log_path, "w", encoding="utf-8") as log:
             self.program = subprocess.Popen(
-                [*before, PROGRAM], env=self.trials.environment(display, changes or {}),
+                [*before, PROGRAM], env=self.trials.environment(display, changes),
                 stdout=log, stderr=log, start_new_session=True,
                 # A shell's background jobs ignore it, and hand that down.
                 preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
@@ -163,6 +176,26 @@ class Start:
         if took > self.trials.end_s:
             self.complain(f"end after {took:.1f} s")
         self.await_exit(0.1)
+
+    def look_at_frames(self, of_all=True):
+        """Tells where one was late, `of_all` or of none but the first."""
+        times = [float(line) for line in read_log(self.frames_path).split()] \
+            if os.path.exists(self.frames_path) else []
+        if len(times) < 2:
+            self.complain(f"{len(times)} frames")
+            return
+        gap, at = max((after - before, before - times[0])
+                      for before, after in zip(times, times[1:]))
+        if of_all:
+            self.trials.slowest_gap.note(gap, self.name)
+            if gap > self.trials.frame_gap_s:
+                self.complain(f"no frame for {gap:.1f} s, {at:.1f} s after the first")
+
+    def look_for(self, line):
+        """The log tells it once."""
+        times = self.log().count(line)
+        if line and times != 1:
+            self.complain(f"'{line}' told {times} times")
 
     def await_exit(self, limit_s=LIMIT_S):
         """Takes the exit code. What does not end is killed."""
