@@ -5,14 +5,63 @@ import io
 import os
 import subprocess
 import tempfile
+import types
 import unittest
+from dataclasses import replace
 
-from phonecheck import commandline, emulator, frames, gltests, sysroot
+from phonecheck import commandline, compiler, emulator, frames, gltests, qtopengl, sysroot
 from phonecheck.gltests import LeftOut, Test
-from phonecheck.target import ARCHITECTURES, RELEASES, Architecture, Release, Target
+from phonecheck.target import ARCHITECTURES, DESKTOP, ES, RELEASES, Target
 from phonecheck.workplace import StepFailed
+from surroundings.show import ROOT
 
 TARGET = Target(ARCHITECTURES["armhf"], RELEASES["bookworm"])
+
+
+class TargetTest(unittest.TestCase):
+    def test_all_have_a_compiler_and_an_emulator(self):
+        with open(os.path.join(ROOT, "tools/install-packages"), encoding="utf-8") as file:
+            phone = file.read().partition('sets[phone]="')[2].partition('"')[0].split()
+        for architecture in ARCHITECTURES.values():
+            self.assertIn("g++-" + architecture.triplet, phone)
+            self.assertRegex(architecture.emulator[0], "^qemu-")
+        self.assertIn("qemu-user", phone)
+
+    def test_each_has_a_folder_of_its_own(self):
+        targets = [Target(architecture, release, gles) for architecture in ARCHITECTURES.values()
+                   for release in RELEASES.values() for gles in (False, True)]
+        self.assertEqual(len({target.name for target in targets}), len(targets))
+
+    def test_opengl_is_that_of_the_build_of_qt(self):
+        arm64 = ARCHITECTURES["arm64"]
+        self.assertEqual(TARGET.opengl, ES)
+        self.assertEqual(Target(arm64, RELEASES["trixie"]).opengl, DESKTOP)
+        self.assertEqual(Target(arm64, RELEASES["trixie"], gles=True).opengl, ES)
+
+    def test_time_is_as_long_as_in_the_releases_libraries(self):
+        with_definitions = [
+            (architecture.name, release.name) for architecture in ARCHITECTURES.values()
+            for release in RELEASES.values() if Target(architecture, release).definitions]
+        self.assertEqual(with_definitions, [("armhf", "trixie")])
+        self.assertIn("-D_TIME_BITS=64",
+                      Target(ARCHITECTURES["armhf"], RELEASES["trixie"]).definitions)
+
+
+class CompilerTest(unittest.TestCase):
+    TOLD = ("Using built-in specs.\nignoring nonexistent directory \"/x\"\n"
+            '#include "..." search starts here:\n#include <...> search starts here:\n'
+            " /usr/lib/gcc-cross/one-two/12/../../../../one-two/include/c++/12\n"
+            " /usr/one-two/include\n /sysroot/usr/include\nEnd of search list.\n"
+            "# 0 \"/dev/null\"\n")
+
+    def test_search_list_is_read(self):
+        self.assertEqual(compiler.search_list(self.TOLD),
+                         ["/usr/one-two/include/c++/12", "/usr/one-two/include",
+                          "/sysroot/usr/include"])
+
+    def test_c_library_is_the_phones(self):
+        folders = compiler.header_folders(compiler.search_list(self.TOLD), "one-two")
+        self.assertEqual(folders, ["/usr/one-two/include/c++/12", "/sysroot/usr/include"])
 
 
 def a_test(name, *functions):
@@ -50,6 +99,13 @@ class LeftOutTest(unittest.TestCase):
     def test_a_function_that_is_no_more(self):
         with self.assertRaises(StepFailed):
             self.functions_left(a_test("onetest"), left_out=(LeftOut("onetest", "fifth", "why"),))
+
+    def test_on_es_more_is_left_out(self):
+        on_desktop = gltests.left_out_on(DESKTOP)
+        on_es = gltests.left_out_on(ES)
+        self.assertEqual([entry.function for entry in on_es if entry not in on_desktop],
+                         ["fourComponentsAreATexture"])
+        self.assertEqual([entry for entry in on_desktop if entry not in on_es], [])
 
     def test_the_others_are_not_asked(self):
         def nobody(_test):
@@ -106,12 +162,13 @@ class SysrootTest(unittest.TestCase):
         others = [
             sysroot.stamp(TARGET, "http://other", "/folder"),
             sysroot.stamp(TARGET, "http://mirror", "/elsewhere"),
-            sysroot.stamp(Target(TARGET.architecture, Release("bookworm", ("one-more",))),
+            sysroot.stamp(replace(TARGET, release=replace(TARGET.release, packages=("one-more",))),
                           "http://mirror", "/folder"),
-            sysroot.stamp(Target(TARGET.architecture, Release("next", TARGET.release.packages)),
+            sysroot.stamp(replace(TARGET, release=replace(TARGET.release, name="next")),
                           "http://mirror", "/folder"),
-            sysroot.stamp(Target(Architecture("arm64", "a", "b", "c"), TARGET.release),
+            sysroot.stamp(replace(TARGET, architecture=ARCHITECTURES["arm64"]),
                           "http://mirror", "/folder"),
+            sysroot.stamp(replace(TARGET, gles=True), "http://mirror", "/folder"),
         ]
         self.assertEqual(stamp, sysroot.stamp(TARGET, "http://mirror", "/folder"))
         self.assertEqual(len({stamp, *others}), 1 + len(others))
@@ -128,6 +185,14 @@ class SysrootTest(unittest.TestCase):
                          ['APT::Architectures:: "armhf";'])
         self.assertIn(f'Dir::State "{folder}";', told)
 
+    def test_one_build_of_qt_is_unpacked(self):
+        fetched = [f"/archives/{name}_1%3a5.15_arm64.deb"
+                   for name in (*sysroot.NOT_ON_ES, "libqt5core5a", "libqt5opengl5-dev")]
+        on_es = [f"/archives/{name}_5.15_arm64.deb" for name in sysroot.ON_ES]
+        self.assertEqual(sysroot.unpacked(fetched, gles=False), sorted(fetched))
+        self.assertEqual(sysroot.unpacked(fetched + on_es, gles=True),
+                         sorted(fetched[-2:] + on_es))
+
     def test_links_stay_within(self):
         with tempfile.TemporaryDirectory() as folder:
             os.makedirs(os.path.join(folder, "usr/lib"))
@@ -137,6 +202,41 @@ class SysrootTest(unittest.TestCase):
             self.assertEqual(os.readlink(os.path.join(folder, "usr/lib/outward")),
                              folder + "/lib/x.so")
             self.assertEqual(os.readlink(os.path.join(folder, "usr/lib/beside")), "x.so")
+
+
+class QtOpenGlTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = self.enterContext(tempfile.TemporaryDirectory())
+        self.archives = os.path.join(self.folder, "archives")
+        self.place = types.SimpleNamespace(
+            path=lambda *names: os.path.join(self.folder, *names))
+        os.makedirs(self.archives)
+
+    def archive(self, version):
+        """A source with a file in QtOpenGL's folder, and one in another."""
+        for part in ("opengl", "other"):
+            path = os.path.join(self.folder, "qtbase-" + version, "src", part)
+            os.makedirs(path)
+            sysroot.write(os.path.join(path, "a.cpp"), version)
+        path = os.path.join(self.archives,
+                            f"{qtopengl.SOURCE_PACKAGE}_{version}+dfsg.orig.tar.gz")
+        subprocess.run(["tar", "-c", "-z", "-f", path, "-C", self.folder, "qtbase-" + version],
+                       check=True)
+        sysroot.write(path + ".asc", "signature")
+
+    def test_its_folder_is_unpacked(self):
+        self.archive("5.15")
+        source = qtopengl.unpack_source(self.place, self.archives)
+        self.assertEqual(os.listdir(source), ["a.cpp"])
+        self.assertEqual(os.listdir(os.path.dirname(source)), ["opengl"])
+
+    def test_another_source_is_not_taken_for_it(self):
+        with self.assertRaises(StepFailed):
+            qtopengl.unpack_source(self.place, self.archives)
+        self.archive("5.15")
+        self.archive("5.16")
+        with self.assertRaises(StepFailed):
+            qtopengl.unpack_source(self.place, self.archives)
 
 
 class FramesTest(unittest.TestCase):
@@ -154,6 +254,21 @@ class FramesTest(unittest.TestCase):
 
 
 class EmulatorTest(unittest.TestCase):
+    def test_mesa_is_held_to_what_the_toolkit_asks_for(self):
+        with tempfile.TemporaryDirectory() as folder:
+            told = {}
+            for gles in (False, True):
+                target = Target(ARCHITECTURES["arm64"], RELEASES["trixie"], gles)
+                place = types.SimpleNamespace(
+                    target=target, sysroot=folder, libraries=folder,
+                    path=lambda *names: os.path.join(folder, *names))
+                told[gles] = emulator.Emulator(place, "virpipe").script()
+        self.assertIn(" MESA_GL_VERSION_OVERRIDE=2.1 ", told[False].replace("'", ""))
+        self.assertNotIn("MESA_GLES", told[False])
+        self.assertIn("MESA_GLES_VERSION_OVERRIDE=2.0 ", told[True].replace("'", ""))
+        self.assertNotIn("MESA_GL_", told[True])
+        self.assertIn("qemu-aarch64 -cpu cortex-a53 -L ", told[True])
+
     def test_a_script_that_stays_keeps_its_time(self):
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.join(folder, "script")
@@ -174,6 +289,13 @@ class CommandLineTest(unittest.TestCase):
     def test_all_sections_when_none_is_named(self):
         self.assertEqual(self.sections(), ["tests", "frames", "show", "wayland"])
         self.assertEqual(self.sections("wayland", "tests"), ["tests", "wayland"])
+
+    def test_gles_is_for_those_that_are_not_on_it(self):
+        self.assertEqual(commandline.parse([]).target, TARGET)
+        options = commandline.parse(["--architecture", "arm64", "--release", "trixie", "--gles"])
+        self.assertEqual(options.target.name, "arm64-trixie-gles")
+        with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
+            commandline.parse(["--architecture", "armhf", "--gles"])
 
     def test_what_is_no_section_is_refused(self):
         with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):

@@ -1,16 +1,20 @@
-"""Shows on a PC that the show runs where the toolkit knows OpenGL ES only, as on a phone, and under
-Wayland, as phones have it today. All four sections when none is named:
+"""Shows on a PC that the show runs on a phone's processor, where the toolkit knows OpenGL ES only or
+no OpenGL later than 2.1, and under Wayland, as phones have it today. All four sections when none is
+named:
 
-  tests    the tests with the label gl, built for the phone, in a context of strictly ES 2.0
+  tests    the tests with the label gl, built for the phone, in such a context
   frames   frames of all parts, drawn by that build and by the PC's own, and how far they differ
   show     ten seconds of the phone's program on a virtual screen, ended by a key
   wayland  ten seconds of the PC's program under a Wayland compositor, ended by SIGTERM
 
-Debian builds Qt on OpenGL ES for armhf. The packages are unpacked into build/phone, and nothing of
-them is installed; programs are cross-compiled and run in qemu's user mode. Mesa's front end, which
-compiles the shaders and judges the calls, runs there, held to 2.0; its back end, the drawing, is
-handed to a server outside the emulator and is a hundred times faster for it. Pictures and logs:
-build/phone, a folder for each architecture and release. Exit code 1 where something was found.
+Debian builds Qt on OpenGL ES for armhf and on desktop OpenGL for arm64. With --gles arm64, too, is on
+OpenGL ES: Debian has the lowest layer of Qt so, but no QtOpenGL, which is built from its source.
+The packages are unpacked into build/phone, and nothing of them is installed; programs are compiled
+by this machine's compiler, whose release may be another, and run in qemu's user mode. Mesa's front
+end, which compiles the shaders and judges the calls, runs there, held to that version; its back end,
+the drawing, is handed to a server outside the emulator and is a hundred times faster for it.
+Pictures and logs: build/phone, a folder for each kind of phone. Exit code 1 where something was
+found.
 """
 
 import argparse
@@ -23,7 +27,7 @@ from typing import Callable
 
 from phonecheck import builds, frames, gltests, show, sysroot, wayland
 from phonecheck.emulator import DRAWS_OUTSIDE, Emulator
-from phonecheck.target import ARCHITECTURES, RELEASES, Target
+from phonecheck.target import ARCHITECTURES, ES, RELEASES, Target
 from phonecheck.workplace import StepFailed, Workplace
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
@@ -56,6 +60,8 @@ def parse(arguments):
                         help="of the phone (armhf)")
     parser.add_argument("--release", choices=RELEASES, default="bookworm",
                         help="of Debian, on the phone (bookworm)")
+    parser.add_argument("--gles", action="store_true",
+                        help="on OpenGL ES where Debian's Qt is on desktop OpenGL")
     parser.add_argument("--only", metavar="PATTERN", default="",
                         help="of the tests, those whose names match")
     parser.add_argument("--leave-out", metavar="PATTERN", default=os.environ.get("LEAVE_OUT", ""),
@@ -76,6 +82,10 @@ def parse(arguments):
     for section in options.sections:
         if section not in SECTIONS:
             parser.error(f"there is nothing called '{section}' to check")
+    options.target = Target(ARCHITECTURES[options.architecture], RELEASES[options.release],
+                            options.gles)
+    if options.gles and options.target.architecture.opengl is ES:
+        parser.error(f"Debian's Qt for {options.architecture} is on OpenGL ES as it is")
     options.sections = [section for name, section in SECTIONS.items()
                         if name in options.sections or not options.sections]
     return options
@@ -83,17 +93,16 @@ def parse(arguments):
 
 def announce(options):
     what = "; ".join(f"{section.name}, {section.takes}" for section in options.sections)
-    print(f"Checking as on a phone of {options.architecture} and {options.release}. It takes about, "
-          f"on two cores: {what}; and 10 minutes more the first time, to fetch and to build.",
-          flush=True)
+    print(f"Checking as on a phone of {options.target.name}, with {options.target.opengl.name}. It "
+          f"takes about, on two cores: {what}; and 10 minutes more the first time, to fetch and to "
+          "build.", flush=True)
 
 
 def run(options):
-    target = Target(ARCHITECTURES[options.architecture], RELEASES[options.release])
     if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "build", "play", "phone"],
                       check=False).returncode != 0:
         raise StepFailed("not all that is needed could be installed")
-    with Workplace(target) as place:
+    with Workplace(options.target) as place:
         emulator = Emulator(place, options.renderer)
         if any(section.emulated for section in options.sections):
             sysroot.provide(place, options.mirror)

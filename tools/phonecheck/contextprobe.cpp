@@ -6,13 +6,12 @@
 #include <cstdio>
 #include <cstring>
 
-/// Tells what GL a QGLWidget gets here. Exit code 0 where that is OpenGL ES 2.0 and no later
-/// version, else 1.
+/// Tells what GL a QGLWidget gets here. Exit code 0 where its version begins with the first
+/// argument, else 2; 1 is the loader's, where the program does not run at all.
 int main(int argc, char* argv[])
 {
-    // OpenGL ES begins its version so; what comes after it is the driver's own.
-    static const char ES2[] = "OpenGL ES 2.0 ";
     QApplication application(argc, argv);
+    const char* wanted = argv[1];
     QGLWidget widget;
     widget.show();
     widget.makeCurrent();
@@ -21,7 +20,8 @@ int main(int argc, char* argv[])
         std::printf("      %s\n", text ? reinterpret_cast<const char*>(text) : "(no context)");
     }
     const GLubyte* version = glGetString(GL_VERSION);
-    return version && std::strncmp(reinterpret_cast<const char*>(version), ES2, sizeof ES2 - 1) == 0
+    return version && std::strncmp(reinterpret_cast<const char*>(version), wanted,
+                                   std::strlen(wanted)) == 0
                ? 0
-               : 1;
+               : 2;
 }

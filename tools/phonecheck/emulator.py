@@ -5,6 +5,7 @@ import shlex
 import socket
 import subprocess
 
+from phonecheck import compiler
 from phonecheck.workplace import StepFailed
 from surroundings.screen import Screen
 from surroundings.show import ROOT
@@ -18,6 +19,8 @@ SERVER_SOCKET = "/tmp/.virgl_test"
 SERVER_STARTS_WITHIN_S = 5
 # Mesa's driver that hands the drawing to that server.
 DRAWS_OUTSIDE = "virpipe"
+# The exit code of contextprobe.cpp for it.
+WRONG_CONTEXT = 2
 
 
 class Emulator:
@@ -41,18 +44,21 @@ class Emulator:
 
     def script(self):
         """The settings go to the emulated program alone: a virtual screen of this machine would
-        heed them. There is one look at the sound plugins for all, where they are, in the process
-        that asks: GStreamer's scanner is no program of this machine."""
+        heed them. Qt asks whether its folder of plugins is there, by a call of arm64's that the
+        emulator does not lead into the sysroot. There is one look at the sound plugins for all,
+        where they are, in the process that asks: GStreamer's scanner is no program of this
+        machine."""
         settings = {
             "LD_PRELOAD": self.processes,
             "LIBGL_ALWAYS_SOFTWARE": "1",
             "GALLIUM_DRIVER": self.renderer,
-            "MESA_GLES_VERSION_OVERRIDE": "2.0",
+            **self.place.target.opengl.settings,
+            "QT_PLUGIN_PATH": os.path.join(self.place.libraries, "qt5/plugins"),
             "GST_PLUGIN_SYSTEM_PATH": os.path.join(self.place.libraries, "gstreamer-1.0"),
             "GST_REGISTRY": self.place.path("gstreamer.registry"),
             "GST_REGISTRY_FORK": "no",
         }
-        words = [self.place.target.architecture.emulator, "-L", self.place.sysroot]
+        words = [*self.place.target.architecture.emulator, "-L", self.place.sysroot]
         for name, value in settings.items():
             words += ["-E", f"{name}={value}"]
         return f'exec {shlex.join(words)} "$@"'
@@ -71,10 +77,12 @@ class Emulator:
 
     def compile(self, log_name, *arguments):
         self.place.step(log_name, [self.place.target.compiler, f"--sysroot={self.place.sysroot}",
-                                   "-fPIC", "-O1", "-w", *arguments])
+                                   "-fPIC", "-O1", "-w", *compiler.compiler_flags(self.place),
+                                   *compiler.linker_flags(self.place), *arguments])
 
     def check_context(self):
         """What a QGLWidget of the phone's build gets."""
+        opengl = self.place.target.opengl
         probe = self.place.path("contextprobe")
         flags = subprocess.run(
             ["pkg-config", "--cflags", "--libs", "Qt5OpenGL", "Qt5Widgets", "glesv2"],
@@ -87,13 +95,16 @@ class Emulator:
                      "-o", probe, *flags)
         log_path = self.place.path("contextprobe.log")
         with Screen() as screen, open(log_path, "w", encoding="utf-8") as log:
-            told = subprocess.run([self.run, probe], stdout=subprocess.PIPE, stderr=log, text=True,
+            told = subprocess.run([self.run, probe, opengl.version], stdout=subprocess.PIPE, stderr=log, text=True,
                                   env=self.place.environment(DISPLAY=screen.display), check=False)
         print(told.stdout, end="")
         if told.returncode == 0:
-            self.place.passed("the context is strictly OpenGL ES 2.0")
+            self.place.passed(f"the context is strictly {opengl.name}")
+        elif told.returncode == WRONG_CONTEXT:
+            self.place.failed(f"the context is not {opengl.name}; see {log_path}")
         else:
-            self.place.failed(f"the context is not OpenGL ES 2.0; see {log_path}")
+            raise StepFailed("what this machine's compiler builds does not run on "
+                             f"{self.place.target.name}; see {log_path}")
 
 
 def write_script(path, line):

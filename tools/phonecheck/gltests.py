@@ -7,6 +7,7 @@ import subprocess
 from dataclasses import dataclass
 
 from phonecheck import builds
+from phonecheck.target import ES, OpenGl
 from phonecheck.workplace import StepFailed
 from surroundings.show import ROOT
 
@@ -23,6 +24,7 @@ class LeftOut:
     program: str
     function: str
     reason: str
+    opengl: OpenGl | None = None  # Where it is left out; everywhere when there is none.
 
 
 LEFT_OUT = (
@@ -31,7 +33,7 @@ LEFT_OUT = (
     LeftOut("programgltest", "playsOnWithoutPictures",
             "it plays a copy of the program, and here that is a copy of its launcher alone"),
     LeftOut("texture2dgltest", "fourComponentsAreATexture",
-            "ES has no internal format 4; nothing in the show asks"),
+            "ES has no internal format 4; nothing in the show asks", ES),
 )
 
 
@@ -72,6 +74,10 @@ def choose(tests, only, leave_out):
     return [test for test in tests
             if (not only or re.search(only, test.name)) and
             not (leave_out and re.search(leave_out, test.name))]
+
+
+def left_out_on(opengl):
+    return [entry for entry in LEFT_OUT if entry.opengl in (None, opengl)]
 
 
 def without(tests, left_out, functions_of):
@@ -128,13 +134,14 @@ def check(place, options):
     if not tests:
         raise StepFailed("no test has such a name")
     builds.build_phone(place, *sorted({test.program for test in tests}))
-    for entry in LEFT_OUT:
+    left_out = left_out_on(place.target.opengl)
+    for entry in left_out:
         if any(test.program == entry.program for test in tests):
             print(f"Left out: {entry.program}::{entry.function} ({entry.reason})")
     for pattern, what in ((options.only, "does not match"), (options.leave_out, "matches")):
         if pattern:
             print(f"Left out: all that {what} '{pattern}' (as was asked)")
-    tests = without(tests, LEFT_OUT, lambda test: functions_of(place, test))
+    tests = without(tests, left_out, lambda test: functions_of(place, test))
 
     folder = place.path("ctest")
     os.makedirs(folder, exist_ok=True)

@@ -5,6 +5,7 @@ import os
 import shutil
 import subprocess
 
+from phonecheck import qtopengl
 from phonecheck.workplace import StepFailed
 
 KEYRING = "/usr/share/keyrings/debian-archive-keyring.gpg"
@@ -14,15 +15,29 @@ QT_TOOLS = "/usr/lib/qt5/bin"
 NOT_UNPACKED = (
     "./usr/share/doc", "./usr/share/man", "./usr/share/locale", "./usr/share/perl", "./usr/bin",
     "./usr/sbin", "./usr/lib/*qt5/bin", "./usr/lib/python3*")
+# Debian's other build of Qt's lowest layer, on OpenGL ES.
+ON_ES = ("libqt5gui5-gles", "qtbase5-gles-dev", "qtbase5-private-gles-dev")
+# What it takes the place of, in one release or another.
+NOT_ON_ES = ("libqt5gui5", "libqt5gui5t64", "qtbase5-dev", "libqt5opengl5", "libqt5opengl5t64")
 
 
 def own_mirror(release):
-    """Where this machine's own packages come from; empty without its lists of packages."""
-    uris = subprocess.run(
-        ["apt-get", "indextargets", "--format", "$(REPO_URI)", "Created-By: Packages",
-         "Origin: Debian", f"Codename: {release}", "Component: main"],
-        capture_output=True, text=True, check=False).stdout.split()
-    return uris[0] if uris else ""
+    """Where this machine's own packages come from; those of the release, where it has them, or of
+    its own: a mirror has them all. Empty without its lists of packages."""
+    for which in (f"Codename: {release}", "Label: Debian"):
+        uris = subprocess.run(
+            ["apt-get", "indextargets", "--format", "$(REPO_URI)", "Created-By: Packages",
+             "Origin: Debian", which, "Component: main"],
+            capture_output=True, text=True, check=False).stdout.split()
+        if uris:
+            return uris[0]
+    return ""
+
+
+def unpacked(archives, gles):
+    """Which of the packages that were fetched are to be in the sysroot: NAME_VERSION_….deb each."""
+    return [archive for archive in sorted(archives)
+            if not (gles and os.path.basename(archive).partition("_")[0] in NOT_ON_ES)]
 
 
 def stamp(target, mirror, folder):
@@ -83,8 +98,10 @@ def fetch(place, apt, mirror):
     for folder in ("lists/partial", "archives/partial"):
         os.makedirs(os.path.join(apt, folder), exist_ok=True)
     write(os.path.join(apt, "status"), "")
-    write(os.path.join(apt, "sources.list"),
-          f"deb [signed-by={KEYRING}] {mirror} {place.target.release.name} main\n")
+    kinds = ("deb", "deb-src") if place.target.gles else ("deb",)
+    write(os.path.join(apt, "sources.list"), "".join(
+        f"{kind} [signed-by={KEYRING}] {mirror} {place.target.release.name} main\n"
+        for kind in kinds))
     write(os.path.join(apt, "apt.conf"), apt_configuration(place.target, apt))
     # This is read after the machine's own configuration.
     changes = {"APT_CONFIG": os.path.join(apt, "apt.conf")}
@@ -92,6 +109,12 @@ def fetch(place, apt, mirror):
     place.step("apt.log", ["apt-get", "-q", "install", "-y", "--no-install-recommends",
                            "--download-only", *place.target.release.packages],
                append=True, **changes)
+    if place.target.gles:
+        # By name: they are in conflict with what all others are said to depend on.
+        for what in (["download", *ON_ES],
+                     ["source", "--download-only", qtopengl.SOURCE_PACKAGE]):
+            place.step("apt.log", ["env", "-C", os.path.join(apt, "archives"),
+                                   "apt-get", "-q", *what], append=True, **changes)
 
 
 def provide(place, mirror):
@@ -115,10 +138,15 @@ def provide(place, mirror):
     for name in ("bin", "sbin", "lib"):
         os.makedirs(os.path.join(place.sysroot, "usr", name))
         os.symlink("usr/" + name, os.path.join(place.sysroot, name))
-    for archive in sorted(glob.glob(os.path.join(apt, "archives/*.deb"))):
+    archives = os.path.join(apt, "archives")
+    for archive in unpacked(glob.glob(os.path.join(archives, "*.deb")), place.target.gles):
         unpack_archive(archive, place.sysroot)
     turn_links_inward(place.sysroot)
+    # The compiler has one of its own, which may be older than what the other libraries ask for.
+    os.symlink("libstdc++.so.6", os.path.join(place.libraries, "libstdc++.so"))
     for libraries in (os.path.join(place.sysroot, "usr/lib"), place.libraries):
         os.makedirs(os.path.join(libraries, "qt5"), exist_ok=True)
         os.symlink(QT_TOOLS, os.path.join(libraries, "qt5/bin"))
+    if place.target.gles:
+        qtopengl.provide(place, archives)
     write(stamp_path, wanted)

@@ -11,6 +11,8 @@ set(CMAKE_LIBRARY_ARCHITECTURE ${PIXMOTH_TRIPLET})
 # CMake's own trials read this file again, without the cache.
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES
   PIXMOTH_TRIPLET PIXMOTH_PROCESSOR PIXMOTH_SYSROOT)
+# As a system's folder, the one of the C library would come before those of the compiler.
+set(CMAKE_NO_SYSTEM_FROM_IMPORTED ON)
 set(CMAKE_SYSROOT ${PIXMOTH_SYSROOT})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
