@@ -8,6 +8,7 @@ import tempfile
 import types
 import unittest
 from dataclasses import replace
+from unittest import mock
 
 from phonecheck import commandline, compiler, emulator, frames, gltests, qtopengl, sysroot
 from phonecheck.gltests import LeftOut, Test
@@ -185,6 +186,20 @@ class SysrootTest(unittest.TestCase):
                          ['APT::Architectures:: "armhf";'])
         self.assertIn(f'Dir::State "{folder}";', told)
 
+    def test_mirror_has_other_releases_too(self):
+        with tempfile.TemporaryDirectory() as folder:
+            tool = os.path.join(folder, "apt-get")
+            sysroot.write(tool, "#!/bin/sh\nfor word; do case $word in\n"
+                                "'Codename: own') echo http://own http://second ;;\n"
+                                "'Label: Debian') echo http://any ;;\nesac; done\n")
+            os.chmod(tool, 0o755)
+            with mock.patch.dict(os.environ, PATH=folder + ":" + os.environ["PATH"]):
+                self.assertEqual(sysroot.own_mirror("own"), "http://own")
+                self.assertEqual(sysroot.own_mirror("next"), "http://any")
+            sysroot.write(tool, "#!/bin/sh\n")
+            with mock.patch.dict(os.environ, PATH=folder + ":" + os.environ["PATH"]):
+                self.assertEqual(sysroot.own_mirror("own"), "")
+
     def test_one_build_of_qt_is_unpacked(self):
         fetched = [f"/archives/{name}_1%3a5.15_arm64.deb"
                    for name in (*sysroot.NOT_ON_ES, "libqt5core5a", "libqt5opengl5-dev")]
@@ -254,20 +269,34 @@ class FramesTest(unittest.TestCase):
 
 
 class EmulatorTest(unittest.TestCase):
-    def test_mesa_is_held_to_what_the_toolkit_asks_for(self):
+    @staticmethod
+    def words_of_emulator(target, **settings):
+        """What the script calls the emulator with, which only tells it here."""
         with tempfile.TemporaryDirectory() as folder:
-            told = {}
-            for gles in (False, True):
-                target = Target(ARCHITECTURES["arm64"], RELEASES["trixie"], gles)
-                place = types.SimpleNamespace(
-                    target=target, sysroot=folder, libraries=folder,
-                    path=lambda *names: os.path.join(folder, *names))
-                told[gles] = emulator.Emulator(place, "virpipe").script()
-        self.assertIn(" MESA_GL_VERSION_OVERRIDE=2.1 ", told[False].replace("'", ""))
-        self.assertNotIn("MESA_GLES", told[False])
-        self.assertIn("MESA_GLES_VERSION_OVERRIDE=2.0 ", told[True].replace("'", ""))
-        self.assertNotIn("MESA_GL_", told[True])
-        self.assertIn("qemu-aarch64 -cpu cortex-a53 -L ", told[True])
+            path = os.path.join(folder, target.architecture.emulator[0])
+            emulator.write_script(path, """printf '%s\\n' "$@\"""")
+            place = types.SimpleNamespace(
+                target=target, sysroot=folder, libraries=folder,
+                path=lambda *names: os.path.join(folder, *names))
+            script = emulator.Emulator(place, emulator.DRAWS_OUTSIDE).script()
+            environment = {"PATH": folder + ":" + os.environ["PATH"], **settings}
+            return subprocess.run(["sh", "-c", script, "sh", "program"], env=environment,
+                                  capture_output=True, text=True, check=True).stdout.split("\n")
+
+    def test_mesa_is_held_to_what_the_toolkit_asks_for(self):
+        on_desktop = self.words_of_emulator(Target(ARCHITECTURES["arm64"], RELEASES["trixie"]))
+        self.assertEqual(on_desktop[:3], ["-cpu", "cortex-a53", "-L"])
+        self.assertEqual([word for word in on_desktop if word.startswith("MESA_GL")],
+                         ["MESA_GL_VERSION_OVERRIDE=2.1", "MESA_GLSL_VERSION_OVERRIDE=120"])
+        on_es = self.words_of_emulator(Target(ARCHITECTURES["arm64"], RELEASES["trixie"], True))
+        self.assertEqual([word for word in on_es if word.startswith("MESA_GL")],
+                         ["MESA_GLES_VERSION_OVERRIDE=2.0"])
+
+    def test_a_test_may_ask_for_less(self):
+        words = self.words_of_emulator(Target(ARCHITECTURES["arm64"], RELEASES["trixie"]),
+                                       MESA_GL_VERSION_OVERRIDE="1.5")
+        self.assertIn("MESA_GL_VERSION_OVERRIDE=1.5", words)
+        self.assertNotIn("MESA_GL_VERSION_OVERRIDE=2.1", words)
 
     def test_a_script_that_stays_keeps_its_time(self):
         with tempfile.TemporaryDirectory() as folder:
