@@ -12,9 +12,13 @@ timespec start;
 
 using Function = int (*)(clockid_t, timespec*);
 
+/// As the C library names the call. Where a time is longer than a word, the header has made that
+/// another name of it, here as in whatever asks.
+const char* const NAME = sizeof(time_t) > sizeof(long) ? "__clock_gettime64" : "clock_gettime";
+
 int realTime(clockid_t clock, timespec* now)
 {
-    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "clock_gettime"));
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, NAME));
     return real(clock, now);
 }
 
