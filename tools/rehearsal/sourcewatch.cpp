@@ -9,6 +9,7 @@
 #include <QGLShaderProgram>
 #include <QGLWidget>
 #include <QImage>
+#include <QOpenGLContext>
 
 namespace {
 
@@ -74,10 +75,12 @@ QString problemOf(const QString& file, const QString& text)
 {
     const Hush hush;
     QGLShader shader(file == vertexFile() ? QGLShader::Vertex : QGLShader::Fragment);
-    // Qt puts lines of its own before it, which the driver would count.
-    return shader.compileSourceCode("#line 0\n" + text)
-               ? QString()
-               : "It is no shader:\n" + shader.log().trimmed();
+    // Qt puts lines of its own before it, which the driver would count. What is numbered is the
+    // next line in OpenGL ES, and this one in OpenGL.
+    const char* restart =
+        QOpenGLContext::currentContext()->isOpenGLES() ? "#line 1\n" : "#line 0\n";
+    return shader.compileSourceCode(restart + text) ? QString()
+                                                    : "It is no shader:\n" + shader.log().trimmed();
 }
 
 } // namespace
