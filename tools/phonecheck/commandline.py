@@ -1,18 +1,18 @@
-"""Shows on a PC that the show runs on a phone's processor, where the toolkit knows OpenGL ES only or
-no OpenGL later than 2.1, and under Wayland, as phones have it today. All four sections when none is
-named:
+"""Shows on a PC that the show runs on a phone's processor, where the toolkit knows OpenGL ES only
+or no OpenGL later than 2.1, and under Wayland, as phones have it today. All four sections when none
+is named:
 
   tests    the tests with the label gl, built for the phone, in such a context
   frames   frames of all parts, drawn by that build and by the PC's own, and how far they differ
   show     ten seconds of the phone's program on a virtual screen, ended by a key
   wayland  ten seconds of the PC's program under a Wayland compositor, ended by SIGTERM
 
-Debian builds Qt on OpenGL ES for armhf and on desktop OpenGL for arm64. With --gles arm64, too, is on
-OpenGL ES: Debian has the lowest layer of Qt so, but no QtOpenGL, which is built from its source.
+Debian builds Qt on OpenGL ES for armhf and on desktop OpenGL for arm64. With --gles arm64, too, is
+on OpenGL ES: Debian has the lowest layer of Qt so, but no QtOpenGL, which is built from its source.
 The packages are unpacked into build/phone, and nothing of them is installed; programs are compiled
 by this machine's compiler, whose release may be another, and run in qemu's user mode. Mesa's front
-end, which compiles the shaders and judges the calls, runs there, held to that version; its back end,
-the drawing, is handed to a server outside the emulator and is a hundred times faster for it.
+end, which compiles the shaders and judges the calls, runs there, held to that version; its back
+end, the drawing, is handed to a server outside the emulator and is a hundred times faster for it.
 Pictures and logs: build/phone, a folder for each kind of phone. Exit code 1 where something was
 found.
 """

@@ -1,5 +1,5 @@
-"""The compiler of this machine, with the phone's C library in place of the one that it brings along:
-a release's headers and libraries fit each other, and may be newer than both."""
+"""The compiler of this machine, with the phone's C library in place of the one that it brings
+along: a release's headers and libraries fit each other, and may be newer than both."""
 
 import os
 import subprocess
@@ -19,6 +19,7 @@ def header_folders(folders, triplet):
 
 
 def compiler_flags(place):
+    """Each folder of headers is named: the one that it brings along cannot be left out alone."""
     target = place.target
     told = subprocess.run([target.compiler, "--sysroot=" + place.sysroot,
                            "-E", "-v", "-x", "c++", os.devnull],
@@ -31,4 +32,5 @@ def compiler_flags(place):
 
 
 def linker_flags(place):
+    """What a program starts with, and its libraries, are the phone's before the compiler's own."""
     return ["-B" + place.libraries, "-L" + place.libraries]

@@ -97,7 +97,8 @@ class Emulator:
                      "-o", probe, *flags)
         log_path = self.place.path("contextprobe.log")
         with Screen() as screen, open(log_path, "w", encoding="utf-8") as log:
-            told = subprocess.run([self.run, probe, opengl.version], stdout=subprocess.PIPE, stderr=log, text=True,
+            told = subprocess.run([self.run, probe, opengl.version], stdout=subprocess.PIPE,
+                                  stderr=log, text=True,
                                   env=self.place.environment(DISPLAY=screen.display), check=False)
         print(told.stdout, end="")
         if told.returncode == 0:

@@ -1,7 +1,8 @@
 """QtOpenGL on OpenGL ES, where Debian has it on desktop OpenGL only.
 
-Beside its Qt on desktop OpenGL Debian has the lowest layer of it, QtGui, on OpenGL ES, and all that is
-above either; but no QtOpenGL, in which QGLWidget is. That is built here, from Debian's source."""
+Beside its Qt on desktop OpenGL Debian has the lowest layer of it, QtGui, on OpenGL ES, and all that
+is above either; but no QtOpenGL, in which QGLWidget is. That is built here, from Debian's source.
+"""
 
 import glob
 import os
