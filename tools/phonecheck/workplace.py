@@ -1,101 +1,26 @@
-"""Where a check's results lie, what it has started, and what it has found."""
+"""Where the results for a phone lie."""
 
 import os
-import shutil
-import subprocess
-import sys
-import tempfile
 
-from surroundings import NO_BUS, NO_SOUND_SERVER
+from surroundings import workplace
 from surroundings.show import ROOT
-from surroundings.surrounding import CannotStart
+from surroundings.workplace import StepFailed
 
-# The end of a log that is shown where a step fails.
-SHOWN_LINES = 30
-
-
-class StepFailed(CannotStart):
-    """A step without which the rest cannot be: no verdict on the show."""
+__all__ = ("StepFailed", "Workplace")
 
 
-class Workplace:
-    """A with statement ends all that was started, and takes the temporary folder away."""
+class Workplace(workplace.Workplace):
+    """The folder of a target, with its libraries and programs."""
 
     def __init__(self, target):
         self.target = target
         self.phone = os.path.join(ROOT, "build/phone")
-        self.folder = os.path.join(self.phone, target.name)
+        super().__init__(os.path.join(self.phone, target.name))
         self.sysroot = os.path.join(self.folder, "sysroot")
         self.build = os.path.join(self.folder, "build")
         self.desktop_build = os.path.join(ROOT, "build/debug")
-        os.makedirs(self.folder, exist_ok=True)
-        self.failures = 0
-        self.children = []
-
-    def __enter__(self):
-        self.runtime = tempfile.mkdtemp(prefix="pixmoth-phone-")
-        return self
-
-    def __exit__(self, *_):
-        for child in self.children:
-            child.terminate()
-        for child in self.children:
-            self.end_within(child, 5)
-        shutil.rmtree(self.runtime, ignore_errors=True)
-
-    def path(self, *names):
-        """A file among the target's results."""
-        return os.path.join(self.folder, *names)
 
     @property
     def libraries(self):
         """The folder of the phone's libraries."""
         return os.path.join(self.sysroot, "usr/lib", self.target.architecture.triplet)
-
-    def environment(self, **changes):
-        """A fresh runtime folder, and no screen, buses, sound and settings of whoever runs this."""
-        environment = dict(os.environ, XDG_RUNTIME_DIR=self.runtime, XDG_CONFIG_HOME=self.runtime,
-                           XDG_DATA_HOME=self.runtime, LANG="C.UTF-8",
-                           DBUS_SESSION_BUS_ADDRESS=NO_BUS, DBUS_SYSTEM_BUS_ADDRESS=NO_BUS,
-                           PULSE_SERVER=NO_SOUND_SERVER)
-        for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"):
-            environment.pop(name, None)
-        environment.update(changes)
-        return environment
-
-    def passed(self, what):
-        print("PASS ", what, flush=True)
-
-    def failed(self, what):
-        print("FAIL ", what, flush=True)
-        self.failures += 1
-
-    def step(self, log_name, command, append=False, **changes):
-        """Runs a command that tells nothing unless it fails."""
-        log_path = self.path(log_name)
-        with open(log_path, "a" if append else "w", encoding="utf-8") as log:
-            code = subprocess.run(command, stdout=log, stderr=log, cwd=ROOT, check=False,
-                                  env=self.environment(**changes)).returncode
-        if code != 0:
-            with open(log_path, encoding="utf-8", errors="replace") as log:
-                sys.stderr.writelines(log.readlines()[-SHOWN_LINES:])
-            raise StepFailed(f"'{' '.join(command[:2])} …' ended with code {code}; "
-                             f"all of it is in {log_path}")
-
-    def start(self, log_path, command, **changes):
-        """Starts what goes on beside the check, and does not outlive it."""
-        with open(log_path, "w", encoding="utf-8") as log:
-            child = subprocess.Popen(command, stdout=log, stderr=log,
-                                     env=self.environment(**changes))
-        self.children.append(child)
-        return child
-
-    @staticmethod
-    def end_within(child, seconds):
-        """Its exit code when it ends within so many seconds. None where it had to be killed."""
-        try:
-            return child.wait(seconds)
-        except subprocess.TimeoutExpired:
-            child.kill()
-            child.wait()
-            return None
