@@ -14,9 +14,26 @@ varying highp vec2 m_texCoord;
 
 void main()
 {
-    highp vec4 pos = u_matrixPalette[int(a_matrixIndices.x)] * a_pos * a_matrixWeights.x;
-    pos += u_matrixPalette[int(a_matrixIndices.y)] * a_pos * a_matrixWeights.y;
-    pos += u_matrixPalette[int(a_matrixIndices.z)] * a_pos * a_matrixWeights.z;
+    // Every matrix in turn, and not by its index: where a GPU has none, its driver makes a tree of
+    // choices of each, and three of them are more than a Mali-400 holds.
+    highp vec4 x = u_matrixPalette[0] * a_pos;
+    highp vec4 y = x;
+    highp vec4 z = x;
+    for (int i = 1; i < MATRIX_PALETTE_SIZE; ++i) {
+        highp vec4 moved = u_matrixPalette[i] * a_pos;
+        if (a_matrixIndices.x >= float(i)) {
+            x = moved;
+        }
+        if (a_matrixIndices.y >= float(i)) {
+            y = moved;
+        }
+        if (a_matrixIndices.z >= float(i)) {
+            z = moved;
+        }
+    }
+    highp vec4 pos = x * a_matrixWeights.x;
+    pos += y * a_matrixWeights.y;
+    pos += z * a_matrixWeights.z;
 
     m_color = a_color;
     m_texCoord = a_tex0;
