@@ -18,7 +18,9 @@ foreach(name rehearsalgltest rehearsalmusicgltest)
 endforeach()
 
 # Tools that are written in Python are tested in Python.
-foreach(name endurancetest phonechecktest soundservertest toolstest)
+file(GLOB python_tests CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tools/*test.py)
+foreach(test ${python_tests})
+  get_filename_component(name ${test} NAME_WE)
   add_test(NAME ${name} COMMAND python3 -m unittest -v ${name}
     WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR}/tools)
   set_tests_properties(${name} PROPERTIES

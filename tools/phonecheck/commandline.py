@@ -19,7 +19,6 @@ found.
 
 import argparse
 import os
-import signal
 import subprocess
 import sys
 from dataclasses import dataclass
@@ -29,6 +28,7 @@ from phonecheck import builds, frames, gltests, show, sysroot, wayland
 from phonecheck.emulator import DRAWS_OUTSIDE, Emulator
 from phonecheck.target import ARCHITECTURES, ES, RELEASES, Target
 from phonecheck.workplace import StepFailed, Workplace
+from surroundings.commandline import add_mirror, add_sections, chosen_sections, exit_code
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
 
@@ -53,9 +53,7 @@ def parse(arguments):
     parser = argparse.ArgumentParser(
         prog="tools/phone-check", description=__doc__,
         formatter_class=argparse.RawDescriptionHelpFormatter)
-    # Not as choices: argparse would not let one name none.
-    parser.add_argument("sections", nargs="*", metavar="SECTION",
-                        help="one of " + ", ".join(SECTIONS))
+    add_sections(parser, SECTIONS)
     parser.add_argument("--architecture", choices=ARCHITECTURES, default="armhf",
                         help="of the phone (armhf)")
     parser.add_argument("--release", choices=RELEASES, default="bookworm",
@@ -76,18 +74,14 @@ def parse(arguments):
                         help="Mesa's driver on the phone; llvmpipe keeps the drawing in the "
                              f"emulator, at two seconds a frame (the variable RENDERER, or "
                              f"{DRAWS_OUTSIDE})")
-    parser.add_argument("--mirror", metavar="URI", default=os.environ.get("DEBIAN_MIRROR", ""),
-                        help="of Debian (the variable DEBIAN_MIRROR, or this machine's own)")
+    add_mirror(parser)
     options = parser.parse_args(arguments)
-    for section in options.sections:
-        if section not in SECTIONS:
-            parser.error(f"there is nothing called '{section}' to check")
     options.target = Target(ARCHITECTURES[options.architecture], RELEASES[options.release],
                             options.gles)
     if options.gles and options.target.architecture.opengl is ES:
         parser.error(f"Debian's Qt for {options.architecture} is on OpenGL ES as it is")
-    options.sections = [section for name, section in SECTIONS.items()
-                        if name in options.sections or not options.sections]
+    options.sections = [SECTIONS[name] for name in
+                        chosen_sections(parser, options.sections, SECTIONS)]
     return options
 
 
@@ -119,13 +113,5 @@ def run(options):
 
 def main():
     options = parse(sys.argv[1:])
-    # So that what was started is ended.
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
     announce(options)
-    try:
-        return run(options)
-    except CannotStart as failure:
-        print(f"phone-check: {failure}", file=sys.stderr)
-        return 1
-    except KeyboardInterrupt:
-        return 128 + signal.SIGINT
+    return exit_code("phone-check", lambda: run(options))

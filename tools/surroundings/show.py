@@ -24,16 +24,17 @@ LAST_SPOKEN = "Unless you mean it"
 BLACK_S = 2
 
 
-def part_lengths():
-    """In seconds: the first part and each later one end with the first tick after their time."""
+def lengths():
+    """In seconds: a tick; and the first part and each later one, which end with the first tick after
+    their time."""
     with open(os.path.join(ROOT, "src/demo/timing.h"), encoding="utf-8") as header:
         ms = {name: int(number)
               for name, number in re.findall(r"(\w+_MS) = (\d+);", header.read())}
-    return tuple((ms[name] // ms["TICK_MS"] + 1) * ms["TICK_MS"] / 1000
-                 for name in ("FIRST_PART_MS", "LATER_PART_MS"))
+    return (ms["TICK_MS"] / 1000, *((ms[name] // ms["TICK_MS"] + 1) * ms["TICK_MS"] / 1000
+                                    for name in ("FIRST_PART_MS", "LATER_PART_MS")))
 
 
-FIRST_PART_S, PART_S = part_lengths()
+TICK_S, FIRST_PART_S, PART_S = lengths()
 
 
 def read_log(path):
