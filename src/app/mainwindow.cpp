@@ -1,6 +1,7 @@
 #include "app/mainwindow.h"
 
 #include "app/demowindow.h"
+#include "platform/hiddenpointer.h"
 #include "ui_mainwindow.h"
 
 #include <QScreen>
@@ -11,6 +12,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWin
     demoWindow = std::make_unique<DemoWindow>(this);
     setCentralWidget(demoWindow.get());
     screenSaver.setScreenSaverInhibit();
+    // A phone has no pointer; on a desktop it would lie in the picture all along.
+    platform::hidePointer(this);
+    platform::hidePointer(demoWindow.get());
 }
 
 MainWindow::~MainWindow()

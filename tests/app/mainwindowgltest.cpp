@@ -27,6 +27,7 @@ private slots:
     void anyKeyCloses();
     void keyEndsTheEventLoop();
     void screenSaverIsAskedFor();
+    void noPointerIsSeen();
 };
 
 void MainWindowGlTest::initTestCase()
@@ -130,6 +131,15 @@ void MainWindowGlTest::screenSaverIsAskedFor()
     QVERIFY(!window.screenSaver.parent());
     QVERIFY(!window.screenSaver.screenSaverInhibited());
     QCOMPARE(log.platformLines().filter("the screen may blank during the show").size(), 1);
+}
+
+void MainWindowGlTest::noPointerIsSeen()
+{
+    MainWindow window;
+    for (const QWidget* one : {static_cast<QWidget*>(&window), window.centralWidget()}) {
+        QVERIFY(one->testAttribute(Qt::WA_SetCursor));
+        QCOMPARE(one->cursor().shape(), Qt::BitmapCursor);
+    }
 }
 
 QTEST_MAIN(MainWindowGlTest)
