@@ -29,6 +29,7 @@ void MainWindow::playGl()
     demoWindow->showFullScreen();
     // Without a window manager nobody makes the window full screen.
     setGeometry(screen()->geometry());
+    idleInhibitor.hold(windowHandle());
 }
 
 void MainWindow::keyPressEvent(QKeyEvent*)

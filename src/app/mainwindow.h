@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/idleinhibitor.h"
 #include "platform/qsystemscreensaver.h"
 
 #include <QMainWindow>
@@ -31,4 +32,5 @@ private:
     std::unique_ptr<Ui_MainWindow> ui;
     std::unique_ptr<DemoWindow> demoWindow; ///< Dies in the destructor, before the base class.
     QtMobility::QSystemScreenSaver screenSaver;
+    platform::IdleInhibitor idleInhibitor;
 };

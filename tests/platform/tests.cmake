@@ -1,2 +1,9 @@
 pixmoth_add_test(platform soundsinktest)
 target_link_libraries(soundsinktest PRIVATE PkgConfig::GStreamer)
+
+if(PIXMOTH_IDLE_INHIBIT)
+  # The compositor is in the test itself.
+  pkg_check_modules(WaylandServer REQUIRED IMPORTED_TARGET wayland-server)
+  pixmoth_add_test(platform idlerequeststest)
+  target_link_libraries(idlerequeststest PRIVATE PkgConfig::WaylandClient PkgConfig::WaylandServer)
+endif()
