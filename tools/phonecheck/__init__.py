@@ -8,7 +8,7 @@
     compiler      makes the compiler use them
     emulator      runs the phone's programs, and what they draw with
     builds        the show and its tests, for the phone and for the PC
-    gltests, frames, show, wayland
+    gltests, frames, show
                   what can be checked, one module each
     pictures      looks at pictures
 

@@ -1,11 +1,9 @@
 """Shows on a PC that the show runs on a phone's processor, where the toolkit knows OpenGL ES only
-or no OpenGL later than 2.1, and under Wayland, as phones have it today. All four sections when none
-is named:
+or no OpenGL later than 2.1. All three sections when none is named:
 
   tests    the tests with the label gl, built for the phone, in such a context
   frames   frames of all parts, drawn by that build and by the PC's own, and how far they differ
   show     ten seconds of the phone's program on a virtual screen, ended by a key
-  wayland  ten seconds of the PC's program under a Wayland compositor, ended by SIGTERM
 
 Debian builds Qt on OpenGL ES for armhf and on desktop OpenGL for arm64. With --gles arm64, too, is
 on OpenGL ES: Debian has the lowest layer of Qt so, but no QtOpenGL, which is built from its source.
@@ -24,7 +22,7 @@ import sys
 from dataclasses import dataclass
 from typing import Callable
 
-from phonecheck import builds, frames, gltests, show, sysroot, wayland
+from phonecheck import builds, frames, gltests, show, sysroot
 from phonecheck.emulator import DRAWS_OUTSIDE, Emulator
 from phonecheck.target import ARCHITECTURES, ES, RELEASES, Target
 from phonecheck.workplace import StepFailed, Workplace
@@ -37,15 +35,13 @@ from surroundings.surrounding import CannotStart
 class Section:
     name: str
     check: Callable
-    emulated: bool  # It runs the phone's programs.
     takes: str
 
 
 SECTIONS = {section.name: section for section in (
-    Section("tests", gltests.check, True, "15 minutes, and longer with those of the whole show"),
-    Section("frames", frames.check, True, "2 minutes"),
-    Section("show", show.check, True, "half a minute"),
-    Section("wayland", wayland.check, False, "half a minute"),
+    Section("tests", gltests.check, "15 minutes, and longer with those of the whole show"),
+    Section("frames", frames.check, "2 minutes"),
+    Section("show", show.check, "half a minute"),
 )}
 
 
@@ -98,11 +94,10 @@ def run(options):
         raise StepFailed("not all that is needed could be installed")
     with Workplace(options.target) as place:
         emulator = Emulator(place, options.renderer)
-        if any(section.emulated for section in options.sections):
-            sysroot.provide(place, options.mirror)
-            emulator.provide()
-            builds.configure_phone(place, emulator)
-            emulator.check_context()
+        sysroot.provide(place, options.mirror)
+        emulator.provide()
+        builds.configure_phone(place, emulator)
+        emulator.check_context()
         for section in options.sections:
             try:
                 section.check(place, options)

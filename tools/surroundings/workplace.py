@@ -6,7 +6,7 @@ import subprocess
 import sys
 import tempfile
 
-from surroundings import NO_BUS, NO_SOUND_SERVER
+from surroundings.seclusion import secluded
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
 
@@ -43,15 +43,7 @@ class Workplace:
         return os.path.join(self.folder, *names)
 
     def environment(self, **changes):
-        """A fresh runtime folder, and no screen, buses, sound and settings of whoever runs this."""
-        environment = dict(os.environ, XDG_RUNTIME_DIR=self.runtime, XDG_CONFIG_HOME=self.runtime,
-                           XDG_DATA_HOME=self.runtime, LANG="C.UTF-8",
-                           DBUS_SESSION_BUS_ADDRESS=NO_BUS, DBUS_SYSTEM_BUS_ADDRESS=NO_BUS,
-                           PULSE_SERVER=NO_SOUND_SERVER)
-        for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"):
-            environment.pop(name, None)
-        environment.update(changes)
-        return environment
+        return secluded(self.runtime, **changes)
 
     def passed(self, what):
         print("PASS ", what, flush=True)
