@@ -11,7 +11,8 @@ class DemoWindow;
 class Ui_MainWindow;
 
 /// The one window of the show: 800 × 480, the GL surface as its central widget, no pointer on it,
-/// and the screen saver held off for as long as it lives. Any key closes it, which ends the program.
+/// and the screen saver held off for as long as it lives. Any key closes it, which ends the
+/// program.
 class MainWindow : public QMainWindow
 {
     Q_OBJECT

@@ -118,6 +118,50 @@ class WestonCamera(Camera):
         self.client.end()
 
 
+class WestonCaptureCamera(Camera):
+    """Of weston from release 12 on, where it is started with --debug, too."""
+
+    MANAGER_CREATE = 1
+    OF_FRAMEBUFFER = 1
+    SOURCE_CAPTURE = 1
+    FORMAT, SIZE, COMPLETE, RETRY, FAILED = range(5)
+    # Formats have other numbers here than those of buffers.
+    OF_BUFFERS = {int.from_bytes(b"AR24", "little"): 0, int.from_bytes(b"XR24", "little"): 1}
+
+    def __init__(self, path, which=0):
+        self.client = Client(path)
+        self.told = {}
+        self.shared = None
+        self.shm = self.client.bind("wl_shm", 1)
+        output = self.client.bind("wl_output", 1, which=which)
+        manager = self.client.bind("weston_capture_v1", 1)
+        self.source = self.client.new(self.on_source)
+        self.client.request(manager, self.MANAGER_CREATE, output, self.OF_FRAMEBUFFER, self.source)
+        self.client.round_trip()
+
+    def on_source(self, event, payload):
+        self.told[event] = numbers(payload) if event in (self.FORMAT, self.SIZE) else ()
+
+    def picture(self):
+        if self.FORMAT not in self.told or self.SIZE not in self.told:
+            raise CannotStart("weston does not let itself be photographed")
+        (pixels_format,), (width, height) = self.told[self.FORMAT], self.told[self.SIZE]
+        layout = (self.OF_BUFFERS[pixels_format], width, height, 4 * width)
+        if not self.shared or self.shared.layout != layout:
+            self.shared = SharedPicture(self.client, self.shm, layout)
+        answers = {self.COMPLETE, self.RETRY, self.FAILED}
+        for answer in answers:
+            self.told.pop(answer, None)
+        self.client.request(self.source, self.SOURCE_CAPTURE, self.shared.buffer)
+        self.client.dispatch_until(lambda: self.told.keys() & answers)
+        if self.COMPLETE not in self.told:
+            return None
+        return Picture(width, height, 4 * width, self.shared.memory[:])
+
+    def end(self):
+        self.client.end()
+
+
 class XCamera(Camera):
     """Of a virtual X screen, pointer and all."""
 

@@ -11,18 +11,23 @@ from surroundings.screen import Screen
 from surroundings.seclusion import secluded
 from surroundings.surrounding import CannotStart, Surrounding, end_process
 from surroundings.waiting import wait_until
-from tryscreens.cameras import ScreencopyCamera, WestonCamera, XCamera
+from tryscreens.cameras import ScreencopyCamera, WestonCamera, WestonCaptureCamera, XCamera
 from tryscreens.cases import RESIZED, TURNED
 from tryscreens.hands import WaylandHands, XHands
-from tryscreens.picture import BACKDROP
+from tryscreens.picture import BACKDROP, Picture
+from tryscreens.wire import Client
 
 STARTS_WITHIN_S = 20
 BACKDROP_HEX = "{:02x}{:02x}{:02x}".format(*BACKDROP)
 
 
 def as_other_user():
-    """sway refuses to be root's. In a namespace where nobody is, it is not."""
-    return ["unshare", "--user", "--map-user=1000", "--map-group=1000"] if os.getuid() == 0 else []
+    """Up to release 1.7 sway refuses to be root's. In a namespace where nobody is, it is not; a
+    container may not let one be made, and then it has to go without."""
+    namespace = ["unshare", "--user", "--map-user=1000", "--map-group=1000"]
+    can = os.getuid() == 0 and subprocess.run(
+        [*namespace, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
+    return namespace if can else []
 
 
 class Desk(Surrounding):
@@ -90,8 +95,6 @@ class Desk(Surrounding):
 
 
 class WaylandDesk(Desk):
-    camera_kind = ScreencopyCamera
-
     def await_socket(self, compositor):
         def found():
             return [path for path in glob.glob(self.path("wayland-*"))
@@ -102,9 +105,6 @@ class WaylandDesk(Desk):
             raise CannotStart(f"{self.case.desk} does not start; its log is {self.log_path}")
         self.socket = found()[0]
         self.variables = {"WAYLAND_DISPLAY": os.path.basename(self.socket)}
-
-    def camera(self, which=0):
-        return self.camera_kind(self.socket, which)
 
 
 class Wlroots(WaylandDesk):
@@ -120,8 +120,19 @@ class Wlroots(WaylandDesk):
         self.await_socket(compositor)
         self.hands = WaylandHands(self.socket)
 
+    def camera(self, which=0):
+        return ScreencopyCamera(self.socket, which)
+
     def command(self):
         raise NotImplementedError
+
+    def backdrop(self):
+        """The file of a picture. From a colour alone newer releases make a single point, which they
+        do not spread evenly over a screen whose scale is broken."""
+        side, (red, green, blue) = 64, BACKDROP
+        path = self.path("backdrop.png")
+        Picture(side, side, 4 * side, bytes((blue, green, red, 0)) * side * side).write(path)
+        return path
 
     def watch_idle(self, after_s, words):
         """A program that prints words when the desk has been idle so long, and when it no longer
@@ -136,7 +147,7 @@ class Sway(Wlroots):
         config = self.write("config", (
             "xwayland disable\n"
             f"output * resolution {case.width}x{case.height} transform {case.turned}\n"
-            f"output * scale {case.scale} bg #{BACKDROP_HEX} solid_color\n"))
+            f"output * scale {case.scale} bg {self.backdrop()} stretch\n"))
         return [*as_other_user(), "sway", "-c", config]
 
     def change(self):
@@ -156,7 +167,7 @@ class Phoc(Wlroots):
 
     def begin(self):
         super().begin()
-        self.start(["swaybg", "-c", "#" + BACKDROP_HEX], **self.variables)
+        self.start(["swaybg", "-m", "stretch", "-i", self.backdrop()], **self.variables)
 
     def change(self):
         orders = {"turned": ("--transform", TURNED),
@@ -168,7 +179,6 @@ class Phoc(Wlroots):
 class Weston(WaylandDesk):
     """The desktop shell, for it shows windows even where there is no seat."""
 
-    camera_kind = WestonCamera
     renderer = "--use-pixman"
     TURNS = {"normal": "normal", "90": "rotate-90", "180": "rotate-180", "270": "rotate-270"}
 
@@ -187,6 +197,11 @@ class Weston(WaylandDesk):
                                  "--config=" + config, "--shell=desktop-shell.so",
                                  "--socket=wayland-7", "--debug"])
         self.await_socket(compositor)
+
+    def camera(self, which=0):
+        with Client(self.socket) as client:
+            kind = WestonCaptureCamera if client.offers("weston_capture_v1") else WestonCamera
+        return kind(self.socket, which)
 
 
 class WestonGl(Weston):

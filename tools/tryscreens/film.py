@@ -98,7 +98,7 @@ def beginning(scenes, maps_within_s):
     while shown and shown[0].kind == "backdrop":
         shown.pop(0)
     if len(shown) > 1 and shown[0].kind == "part" and (
-            shown[1].first_s - shown[0].first_s <= maps_within_s):
+            shown[0].last_s - shown[0].first_s < maps_within_s):
         shown.pop(0)
     if not shown:
         return "the show is never seen"

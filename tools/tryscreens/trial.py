@@ -22,7 +22,7 @@ STARTS_WITHIN_S = 15
 # The black of the beginning, and a tree that has grown to be seen.
 PAINTS_WITHIN_S = 15
 PLAYS_S = 2
-POINTER_GOES_WITHIN_S = 1
+POINTER_GOES_WITHIN_S = 3
 # After a change: until the show has filled the screen again.
 SETTLES_S = 1.5
 ENDS_WITHIN_S = 2
