@@ -32,7 +32,7 @@ private:
     {
         enum Stage { AtFactory, Opening, Reading, Done };
 
-        Stage stage;
+        Stage stage = AtFactory;
         QDBusPendingCall call;
         QString service;
         QString path;

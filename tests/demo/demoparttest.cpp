@@ -145,10 +145,11 @@ void DemoPartTest::lastSharedPointerEndsThePart()
 void DemoPartTest::partHoldsItsChildren()
 {
     int ends = 0;
-    auto part = std::make_unique<DemoPart>();
-    part->children.append(QSharedPointer<DemoPart>(new Witness(ends)));
-    QCOMPARE(ends, 0);
-    part.reset();
+    {
+        DemoPart part;
+        part.children.append(QSharedPointer<DemoPart>(new Witness(ends)));
+        QCOMPARE(ends, 0);
+    }
     QCOMPARE(ends, 1);
 }
 

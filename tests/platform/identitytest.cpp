@@ -392,10 +392,8 @@ void IdentityTest::silentServices()
     const auto silence = [](const QDBusMessage&) { return QDBusMessage(); };
     QDBusConnection other = QDBusConnection::connectToBus(bus->address(), "other");
     FakeService silent(other, MODEM_MANAGER, silence);
-    FakeService service(bus->connection(), OFONO,
-                        modemManagerToo
-                            ? FakeService::Answer(silence)
-                            : ofonoWith({{QDBusObjectPath("/ril_0"), {{"Serial", IMEI}}}}));
+    const auto modem = ofonoWith({{QDBusObjectPath("/ril_0"), {{"Serial", IMEI}}}});
+    FakeService service(bus->connection(), OFONO, modemManagerToo ? silence : modem);
     QVERIFY(run(QString("silent: %1").arg(QTest::currentDataTag()), imei,
                 modemManagerToo ? QString() : IMSI));
     QCOMPARE(probe->platformLog().filter("does not answer").size(), modemManagerToo ? 1 : 0);

@@ -399,8 +399,8 @@ HIDDEN void glTexImage2D(GLenum target, GLint level, GLint internalFormat, GLsiz
                  .arg(height)
                  .arg(border)
                  .arg(constantName(format), constantName(type), dataName(pixels)))) {
-        REAL(glTexImage2D)
-        (target, level, internalFormat, width, height, border, format, type, pixels);
+        const auto upload = REAL(glTexImage2D);
+        upload(target, level, internalFormat, width, height, border, format, type, pixels);
     }
 }
 
