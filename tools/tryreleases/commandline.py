@@ -1,0 +1,118 @@
+"""Tries a clean checkout of HEAD on several releases of Debian, each in a small system of its own:
+./check and ./play as a user who is not root and may ask sudo, and then both again as root, where all
+is installed and built already. Ends with a table: a line for each release, with its compiler,
+Qt and Mesa, the build's warnings, the tests that passed of all, and the films.
+
+Logs, films, and a sheet of pictures of each film: build/releases/RELEASE. The systems are removed
+again, and no mount and no process is left, also when this is interrupted. Making systems needs root,
+so it asks sudo where it is not, and a mirror of Debian; each release takes some 5 GB while it is
+tried. Exit code 1 where a release failed or the build warned of anything; the other releases are
+tried all the same.
+"""
+
+import argparse
+import os
+import re
+import signal
+import subprocess
+import sys
+
+from surroundings.show import ROOT
+from surroundings.surrounding import CannotStart
+from tryreleases.table import table
+from tryreleases.trial import RESULTS, SYSTEM, Trial
+
+RELEASES = ("bookworm", "trixie", "forky", "sid")
+MIRROR = "http://deb.debian.org/debian"
+# For a release, on two cores.
+MINUTES = {"": 25, "check": 20, "play": 8}
+
+
+def release(text):
+    # It becomes the name of a folder.
+    if not re.fullmatch("[a-z][a-z0-9-]*", text):
+        raise argparse.ArgumentTypeError(f"'{text}' cannot be a release")
+    return text
+
+
+def parse(arguments):
+    parser = argparse.ArgumentParser(
+        prog="tools/try-releases", description=__doc__,
+        formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("releases", nargs="*", metavar="RELEASE", type=release,
+                        help=f"of Debian ({' '.join(RELEASES)})")
+    parser.add_argument("--only", choices=("check", "play"), default="", help="the one without the "
+                        "other")
+    parser.add_argument("--keep", action="store_true",
+                        help="leave the systems in build/releases/RELEASE/system")
+    parser.add_argument("--mirror", metavar="URI", default=os.environ.get("DEBIAN_MIRROR", MIRROR),
+                        help=f"of Debian (the variable DEBIAN_MIRROR, or {MIRROR})")
+    options = parser.parse_args(arguments)
+    # Each once, in the order in which they are named.
+    options.releases = list(dict.fromkeys(options.releases or RELEASES))
+    return options
+
+
+def become_root(arguments, mirror):
+    """Starts anew under sudo, which takes most variables away."""
+    try:
+        os.execvp("sudo", ["sudo", *arguments, "--mirror", mirror])
+    except FileNotFoundError:
+        raise CannotStart("it has to be root, and there is no sudo") from None
+
+
+def announce(options):
+    print(f"Trying {', '.join(options.releases)} from {options.mirror}: on two cores about "
+          f"{MINUTES[options.only]} minutes each, and longer through a slow line", flush=True)
+    changed = subprocess.run(["git", "-C", ROOT, "status", "--porcelain"], capture_output=True,
+                             text=True, check=False).stdout
+    if changed:
+        print("What is not committed is not tried", flush=True)
+
+
+def give_results_to_who_asked():
+    """But for systems that are kept: in those it matters whose a file is."""
+    if "SUDO_UID" not in os.environ:
+        return
+    owner = int(os.environ["SUDO_UID"]), int(os.environ["SUDO_GID"])
+    os.chown(os.path.dirname(RESULTS), *owner)
+    for folder, folders, files in os.walk(RESULTS):
+        if SYSTEM in folders:
+            folders.remove(SYSTEM)
+        for name in (".", *files):
+            os.chown(os.path.join(folder, name), *owner, follow_symlinks=False)
+
+
+def run(options):
+    if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "releases"],
+                      check=False).returncode != 0:
+        raise CannotStart("not all that is needed could be installed")
+    os.makedirs(RESULTS, exist_ok=True)
+    outcomes = []
+    try:
+        for name in options.releases:
+            outcomes.append(Trial(name, options.mirror, options.only, options.keep).go())
+    finally:
+        give_results_to_who_asked()
+    print()
+    print(table(outcomes))
+    with open(os.path.join(RESULTS, "table.txt"), "w", encoding="utf-8") as file:
+        print(table(outcomes), file=file)
+    return 1 if any(outcome.complaints for outcome in outcomes) else 0
+
+
+def main():
+    options = parse(sys.argv[1:])
+    # So that what was started is ended, and removed.
+    for number in (signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, lambda number, _: sys.exit(128 + number))
+    try:
+        if os.geteuid() != 0:
+            become_root(sys.argv, options.mirror)
+        announce(options)
+        return run(options)
+    except CannotStart as failure:
+        print(f"try-releases: {failure}", file=sys.stderr)
+        return 1
+    except KeyboardInterrupt:
+        return 128 + signal.SIGINT
