@@ -161,7 +161,7 @@ class TrialTest(unittest.TestCase):
         """The outcomes, and what was told."""
         told = io.StringIO()
         with contextlib.redirect_stdout(told):
-            outcomes = [Trial(name, "mirror", only).go() for name in releases]
+            outcomes = [Trial(name, "commit", "mirror", only).go() for name in releases]
         return outcomes, told.getvalue()
 
     def steps(self):
@@ -286,6 +286,45 @@ system.System("/nonexistent").call(["sh", "-c", "setsid sleep 613 & sleep 613"],
         self.assertTrue(wait_until(lambda: len(self.sleepers("613")) == 2, 20))
         tool.send_signal(signal.SIGKILL)
         self.assertTrue(wait_until(lambda: not self.sleepers("613"), 10))
+
+
+# A trial that takes a while to clean up.
+SLOW_TRIAL = """
+import os, sys, time
+from tryreleases import commandline
+
+class Slow:
+    def __enter__(self):
+        print("ready", flush=True)
+
+    def __exit__(self, *_):
+        print("removing", flush=True)
+        sys.stdin.readline()
+        print("removed", flush=True)
+
+def run(*_):
+    with Slow():
+        time.sleep(60)
+
+commandline.run = run
+os.geteuid = lambda: 0
+sys.argv = ["try-releases"]
+sys.exit(commandline.main())
+"""
+
+
+class InterruptionTest(unittest.TestCase):
+    def test_nothing_keeps_it_from_removing(self):
+        with subprocess.Popen([sys.executable, "-c", SLOW_TRIAL], stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE, text=True) as tool:
+            self.addCleanup(tool.kill)
+            for line, send in (("ready\n", signal.SIGTERM), ("removing\n", signal.SIGINT)):
+                while tool.stdout.readline() not in (line, ""):
+                    pass
+                tool.send_signal(send)
+            told, _ = tool.communicate("\n", 20)
+        self.assertIn("removed", told)
+        self.assertEqual(tool.returncode, 128 + signal.SIGTERM)
 
 
 class CommandLineTest(unittest.TestCase):

@@ -24,6 +24,7 @@ from tryreleases.trial import RESULTS, SYSTEM, Trial
 
 RELEASES = ("bookworm", "trixie", "forky", "sid")
 MIRROR = "http://deb.debian.org/debian"
+SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 # For a release, on two cores.
 MINUTES = {"": 25, "check": 20, "play": 8}
 
@@ -53,6 +54,14 @@ def parse(arguments):
     return options
 
 
+def end_in_order(number, _frame):
+    """So that what was started is ended, and removed, whatever comes in the meantime."""
+    for other in SIGNALS:
+        signal.signal(other, signal.SIG_IGN)
+    print("Ending, and removing the system that was being tried", flush=True)
+    sys.exit(128 + number)
+
+
 def become_root(arguments, mirror):
     """Starts anew under sudo, which takes most variables away."""
     try:
@@ -61,12 +70,16 @@ def become_root(arguments, mirror):
         raise CannotStart("it has to be root, and there is no sudo") from None
 
 
-def announce(options):
-    print(f"Trying {', '.join(options.releases)} from {options.mirror}: on two cores about "
-          f"{MINUTES[options.only]} minutes each, and longer through a slow line", flush=True)
-    changed = subprocess.run(["git", "-C", ROOT, "status", "--porcelain"], capture_output=True,
-                             text=True, check=False).stdout
-    if changed:
+def ask_git(*words):
+    return subprocess.run(["git", "-C", ROOT, *words], capture_output=True, text=True,
+                          check=False).stdout.strip()
+
+
+def announce(options, commit):
+    print(f"Trying commit {commit[:10]} on {', '.join(options.releases)} from {options.mirror}: on "
+          f"two cores about {MINUTES[options.only]} minutes each, and longer through a slow line",
+          flush=True)
+    if ask_git("status", "--porcelain"):
         print("What is not committed is not tried", flush=True)
 
 
@@ -83,7 +96,7 @@ def give_results_to_who_asked():
             os.chown(os.path.join(folder, name), *owner, follow_symlinks=False)
 
 
-def run(options):
+def run(options, commit):
     if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "releases"],
                       check=False).returncode != 0:
         raise CannotStart("not all that is needed could be installed")
@@ -91,7 +104,7 @@ def run(options):
     outcomes = []
     try:
         for name in options.releases:
-            outcomes.append(Trial(name, options.mirror, options.only, options.keep).go())
+            outcomes.append(Trial(name, commit, options.mirror, options.only, options.keep).go())
     finally:
         give_results_to_who_asked()
     print()
@@ -103,16 +116,15 @@ def run(options):
 
 def main():
     options = parse(sys.argv[1:])
-    # So that what was started is ended, and removed.
-    for number in (signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, lambda number, _: sys.exit(128 + number))
+    for number in SIGNALS:
+        signal.signal(number, end_in_order)
     try:
         if os.geteuid() != 0:
             become_root(sys.argv, options.mirror)
-        announce(options)
-        return run(options)
+        # All releases get the same, though somebody may go on working.
+        commit = ask_git("rev-parse", "HEAD")
+        announce(options, commit)
+        return run(options, commit)
     except CannotStart as failure:
         print(f"try-releases: {failure}", file=sys.stderr)
         return 1
-    except KeyboardInterrupt:
-        return 128 + signal.SIGINT

@@ -5,11 +5,10 @@ process can be left, however this one ends.
 """
 
 import os
-import shutil
 import subprocess
+import time
 
 from surroundings.surrounding import CannotStart, Surrounding
-from surroundings.waiting import wait_until
 
 # What ./check and ./play are not meant to install: they are fetched with git, and ask sudo.
 PACKAGES = ("ca-certificates", "git", "sudo")
@@ -18,8 +17,8 @@ USER = "guest"
 CHECKOUT = f"/home/{USER}/pixmoth"
 PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 
-# Processes that are killed take a moment to let go of their files.
-REMOVED_WITHIN_S = 20
+# Processes that are killed may write for a moment more.
+REMOVAL_ATTEMPTS = 20
 
 # A namespace of processes, and of mounts, which go with the first process.
 NAMESPACES = ("unshare", "--mount", "--pid", "--fork", "--mount-proc", "--kill-child")
@@ -103,12 +102,12 @@ class System(Surrounding):
             self.running = None
 
     def remove(self):
-        def removed():
-            shutil.rmtree(self.folder, ignore_errors=True)
-            return not os.path.exists(self.folder)
-
-        if not wait_until(removed, REMOVED_WITHIN_S):
-            raise CannotStart(f"{self.folder} cannot be removed")
+        for _ in range(REMOVAL_ATTEMPTS):
+            if subprocess.run(["rm", "-rf", "--one-file-system", self.folder], check=False,
+                              stderr=subprocess.DEVNULL).returncode == 0:
+                return
+            time.sleep(0.5)
+        raise CannotStart(f"{self.folder} cannot be removed")
 
     def end(self):
         self.stop()

@@ -64,8 +64,9 @@ class Outcome:
 class Trial:
     """`only` is "check" or "play", or empty for both; `keep` leaves the system there."""
 
-    def __init__(self, release, mirror, only="", keep=False):
+    def __init__(self, release, commit, mirror, only="", keep=False):
         self.outcome = Outcome(release)
+        self.commit = commit
         self.mirror = mirror
         self.only = only
         self.folder = os.path.join(RESULTS, release)
@@ -108,10 +109,12 @@ class Trial:
         begin = time.monotonic()
         with open(self.path("system.log"), "w", encoding="utf-8") as log:
             self.system.make(self.outcome.release, self.mirror, log, MAKE_LIMIT_S)
-            if subprocess.run(
-                    ["git", "clone", "--quiet", "--no-hardlinks", ROOT, self.system.path("")],
-                    stdout=log, stderr=log, check=False).returncode != 0:
-                raise CannotStart("there could be no checkout")
+            checkout = self.system.path("")
+            for words in (["clone", "--quiet", "--no-hardlinks", "--no-checkout", ROOT, checkout],
+                          ["-C", checkout, "checkout", "--quiet", "--detach", self.commit]):
+                if subprocess.run(["git", *words], stdout=log, stderr=log,
+                                  check=False).returncode != 0:
+                    raise CannotStart("there could be no checkout")
         self.hand_over(USER)
         self.say(f"made in {time.monotonic() - begin:.0f} s")
 
