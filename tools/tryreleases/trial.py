@@ -20,7 +20,7 @@ SYSTEM = "system"
 MAKE_LIMIT_S = 30 * 60
 CHECK_LIMIT_S = 150 * 60
 PLAY_LIMIT_S = 60 * 60
-ASK_LIMIT_S = 60
+ASK_LIMIT_S = 5 * 60
 
 # What is told of a release, and how it is asked.
 VERSIONS = {
