@@ -12,7 +12,7 @@ void main()
     t.x += sin(tc.y * 0.3) * 0.4;
     t.y += cos(tc.x * 0.3) * 0.4;
     mediump vec4 c = texture2D(s_texture, t) * m_color;
-    c = c * 2.5 - 0.45; // (c - 0.5) * 2.5 + 0.8, as one step.
+    c = c * 2.5 + (0.8 - 0.5 * 2.5);
     //c = clamp(c, 0.0, 1.0);
     gl_FragColor = c;
 }

@@ -12,7 +12,7 @@ void main()
     t.x += sin(tc.y * 0.3) * 0.02;
     t.y += cos((tc.x - 0.5) * 0.2) * 0.05;
     mediump vec4 c = texture2D(s_texture, t) * m_color;
-    c = c * 2.6 - 0.5; // (c - 0.5) * 2.6 + 0.8, as one step.
+    c = c * 2.6 + (0.8 - 0.5 * 2.6);
     //c = clamp(c, 0.0, 1.0);
     gl_FragColor = c;
 }
