@@ -1,5 +1,4 @@
 #include "platform/idleinhibitor.h"
-#include "platform/idlerequests.h"
 
 #include <QTest>
 #include <QWindow>
