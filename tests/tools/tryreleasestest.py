@@ -295,7 +295,7 @@ from tryreleases import commandline
 
 class Slow:
     def __enter__(self):
-        print("ready", flush=True)
+        pass
 
     def __exit__(self, *_):
         print("removing", flush=True)
@@ -304,6 +304,7 @@ class Slow:
 
 def run(*_):
     with Slow():
+        print("ready", flush=True)
         time.sleep(60)
 
 commandline.run = run

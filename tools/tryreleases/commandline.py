@@ -58,7 +58,8 @@ def end_in_order(number, _frame):
     """So that what was started is ended, and removed, whatever comes in the meantime."""
     for other in SIGNALS:
         signal.signal(other, signal.SIG_IGN)
-    print("Ending, and removing the system that was being tried", flush=True)
+    # It may come in the midst of a print, which does not suffer another.
+    os.write(sys.stdout.fileno(), b"Ending, and removing the system that was being tried\n")
     sys.exit(128 + number)
 
 
