@@ -1,7 +1,6 @@
 """The same frames, drawn by the phone's build and by the PC's own, and how far they differ."""
 
 import os
-import platform
 import shutil
 
 from phonecheck import builds, pictures
@@ -9,14 +8,28 @@ from surroundings.screen import Screen
 
 PROGRAM = "tests/pixmoth-frames"
 DEFAULT_MOMENTS = ("1", "2.5", "4")
-# Rounding, and the outlines of letters, make up to a thousandth.
-ALLOWED = 0.0005
-# And another release's letters are set a fraction of a dot nearer or further.
-ALLOWED_OF_ANOTHER_RELEASE = 0.001
+# For what is rounded otherwise.
+ALLOWED = 0.0002
 # And of what is bright, a share.
-ALLOWED_SHARE = 0.05
+ALLOWED_SHARE = 0.01
 # Releases of Qt make different things of a screen that does not say how dense it is.
 LETTERS_DPI = "96"
+# A system that is only unpacked has no settings for letters; so both draw by these.
+LETTERS = """\
+<?xml version="1.0"?>
+<!DOCTYPE fontconfig SYSTEM "fonts.dtd">
+<fontconfig>
+  <dir>/usr/share/fonts</dir>
+  <match target="pattern">
+    <edit name="family" mode="prepend" binding="strong"><string>DejaVu Sans</string></edit>
+  </match>
+  <match target="font">
+    <edit name="antialias" mode="assign"><bool>true</bool></edit>
+    <edit name="hintstyle" mode="assign"><const>hintslight</const></edit>
+    <edit name="rgba" mode="assign"><const>none</const></edit>
+  </match>
+</fontconfig>
+"""
 
 
 def missing(names, moments):
@@ -28,20 +41,19 @@ def missing(names, moments):
     return sorted(wanted - set(names))
 
 
-def allowed(release, own_release):
-    return ALLOWED if release == own_release else ALLOWED_OF_ANOTHER_RELEASE
-
-
-def too_far(difference, brightness, anyway):
-    """`anyway` is what a black frame may differ by."""
-    return difference > anyway + ALLOWED_SHARE * brightness
+def too_far(difference, brightness):
+    return difference > ALLOWED + ALLOWED_SHARE * brightness
 
 
 def draw(place, build, folder, moments):
     shutil.rmtree(folder, ignore_errors=True)
+    settings = place.path("letters.conf")
+    with open(settings, "w", encoding="utf-8") as file:
+        file.write(LETTERS)
     with Screen() as screen:
         place.step("frames.log", [os.path.join(build, PROGRAM), folder, *moments],
-                   DISPLAY=screen.display, QT_LOGGING_RULES="*=false", QT_FONT_DPI=LETTERS_DPI)
+                   DISPLAY=screen.display, QT_LOGGING_RULES="*=false", QT_FONT_DPI=LETTERS_DPI,
+                   FONTCONFIG_FILE=settings)
 
 
 def check(place, options):
@@ -59,8 +71,6 @@ def check(place, options):
     if sorted(os.listdir(phone)) != names:
         wrong.append("phone and PC did not draw the same frames")
     furthest, where, far = 0.0, "none", []
-    anyway = allowed(place.target.release.name,
-                     platform.freedesktop_os_release().get("VERSION_CODENAME"))
     compared = [name for name in names if os.path.exists(os.path.join(phone, name))]
     with open(place.path("frames.txt"), "w", encoding="utf-8") as table:
         for name in compared:
@@ -68,7 +78,7 @@ def check(place, options):
             apart = pictures.difference(os.path.join(desktop, name), os.path.join(phone, name))
             table.write(f"{name}: brightness {bright:.4f}, difference {apart:.6f}\n")
             furthest, where = max((furthest, where), (apart, name))
-            if too_far(apart, bright, anyway):
+            if too_far(apart, bright):
                 far.append(name)
     if far:
         wrong.append("too far: " + " ".join(far))
