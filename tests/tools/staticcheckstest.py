@@ -101,8 +101,8 @@ class StaticChecksTest(unittest.TestCase):
                     self.install(tool, NEWER)
 
     def test_what_does_not_compile_counts_with_any_release(self):
-        self.install("clang-tidy", NEWER, FINDINGS["clang-tidy"] + "\nsrc/a.cpp:3:4: error: unknown "
-                     "type name [clang-diagnostic-error]", 1)
+        self.install("clang-tidy", NEWER, FINDINGS["clang-tidy"] + "\nsrc/a.cpp:3:4: error: "
+                     "unknown type name [clang-diagnostic-error]", 1)
         self.assertEqual(self.look()[0], 1)
 
     def test_a_file_that_passed_is_looked_at_again_by_another_release(self):

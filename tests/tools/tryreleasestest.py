@@ -314,6 +314,33 @@ sys.exit(commandline.main())
 """
 
 
+class RunTest(unittest.TestCase):
+    def run_trials(self, *ends):
+        """What is told, and the exit code, or None where it was ended."""
+        trials = mock.Mock(side_effect=[mock.Mock(go=mock.Mock(side_effect=[end])) for end in ends])
+        told, code = io.StringIO(), None
+        with tempfile.TemporaryDirectory() as folder, contextlib.redirect_stdout(told), \
+                contextlib.suppress(SystemExit), mock.patch.multiple(
+                    commandline, RESULTS=folder, Trial=trials, subprocess=mock.Mock(
+                        run=mock.Mock(return_value=mock.Mock(returncode=0)))):
+            options = commandline.parse(["one", "two"][:len(ends)])
+            code = commandline.run(options, "commit")
+            with open(os.path.join(folder, "table.txt"), encoding="utf-8") as file:
+                self.assertIn(file.read(), told.getvalue())
+        return told.getvalue(), code
+
+    def test_one_complaint_is_a_failure(self):
+        self.assertEqual(self.run_trials(Outcome("one"), Outcome("two"))[1], 0)
+        told, code = self.run_trials(Outcome("one", complaints=["no"]), Outcome("two"))
+        self.assertEqual(code, 1)
+        self.assertRegex(told, "(?m)^release .*\n^one .*\n^two ")
+
+    def test_what_was_tried_until_the_end_is_told(self):
+        told, code = self.run_trials(Outcome("one"), SystemExit(143))
+        self.assertIsNone(code)
+        self.assertRegex(told, "(?m)^one ")
+
+
 class InterruptionTest(unittest.TestCase):
     def test_nothing_keeps_it_from_removing(self):
         with subprocess.Popen([sys.executable, "-c", SLOW_TRIAL], stdin=subprocess.PIPE,

@@ -1,12 +1,12 @@
 """Tries a clean checkout of HEAD on several releases of Debian, each in a small system of its own:
-./check and ./play as a user who is not root and may ask sudo, and then both again as root, where all
-is installed and built already. Ends with a table: a line for each release, with its compiler,
+./check and ./play as a user who is not root and may ask sudo, and then both again as root, where
+all is installed and built already. Ends with a table: a line for each release, with its compiler,
 Qt and Mesa, the build's warnings, the tests that passed of all, and the films.
 
 Logs, films, and a sheet of pictures of each film: build/releases/RELEASE. The systems are removed
-again, and no mount and no process is left, also when this is interrupted. Making systems needs root,
-so it asks sudo where it is not, and a mirror of Debian; each release takes some 5 GB while it is
-tried. Exit code 1 where a release failed or the build warned of anything; the other releases are
+again, and no mount and no process is left, also when this is interrupted. Making systems needs
+root, so it asks sudo where it is not, and a mirror of Debian; each release takes some 5 GB while it
+is tried. Exit code 1 where a release failed or the build warned of anything; the other releases are
 tried all the same.
 """
 
@@ -107,11 +107,12 @@ def run(options, commit):
         for name in options.releases:
             outcomes.append(Trial(name, commit, options.mirror, options.only, options.keep).go())
     finally:
+        # Of those, too, that were tried until somebody ended it.
+        told = table(outcomes)
+        print("\n" + told, flush=True)
+        with open(os.path.join(RESULTS, "table.txt"), "w", encoding="utf-8") as file:
+            print(told, file=file)
         give_results_to_who_asked()
-    print()
-    print(table(outcomes))
-    with open(os.path.join(RESULTS, "table.txt"), "w", encoding="utf-8") as file:
-        print(table(outcomes), file=file)
     return 1 if any(outcome.complaints for outcome in outcomes) else 0
 
 
