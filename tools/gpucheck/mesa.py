@@ -10,7 +10,8 @@ import os
 import shutil
 
 from gpucheck.gpus import DRIVERS
-from phonecheck.sysroot import KEYRING, own_mirror
+from phonecheck.sysroot import KEYRING
+from surroundings.mirror import own_mirror
 from surroundings.workplace import StepFailed
 
 # The release of Debian whose Mesa it is. From 23 on, drivers among these want LLVM.

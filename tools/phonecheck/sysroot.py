@@ -7,6 +7,7 @@ import subprocess
 
 from phonecheck import qtopengl
 from phonecheck.workplace import StepFailed
+from surroundings.mirror import own_mirror
 
 KEYRING = "/usr/share/keyrings/debian-archive-keyring.gpg"
 # Code generators run on this machine; their output is the same for every other.
@@ -19,19 +20,6 @@ NOT_UNPACKED = (
 ON_ES = ("libqt5gui5-gles", "qtbase5-gles-dev", "qtbase5-private-gles-dev")
 # What it takes the place of, in one release or another.
 NOT_ON_ES = ("libqt5gui5", "libqt5gui5t64", "qtbase5-dev", "libqt5opengl5", "libqt5opengl5t64")
-
-
-def own_mirror(release):
-    """Where this machine's own packages come from; those of the release, where it has them, or of
-    its own: a mirror has them all. Empty without its lists of packages."""
-    for which in (f"Codename: {release}", "Label: Debian"):
-        uris = subprocess.run(
-            ["apt-get", "indextargets", "--format", "$(REPO_URI)", "Created-By: Packages",
-             "Origin: Debian", which, "Component: main"],
-            capture_output=True, text=True, check=False).stdout.split()
-        if uris:
-            return uris[0]
-    return ""
 
 
 def unpacked(archives, gles):

@@ -17,13 +17,14 @@ import signal
 import subprocess
 import sys
 
+from surroundings.commandline import add_mirror
+from surroundings.mirror import own_mirror
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
 from tryreleases.table import table
 from tryreleases.trial import RESULTS, SYSTEM, Trial
 
 RELEASES = ("bookworm", "trixie", "forky", "sid")
-MIRROR = "http://deb.debian.org/debian"
 SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 # For a release, on two cores.
 MINUTES = {"": 25, "check": 20, "play": 8}
@@ -46,8 +47,7 @@ def parse(arguments):
                         "other")
     parser.add_argument("--keep", action="store_true",
                         help="leave the systems in build/releases/RELEASE/system")
-    parser.add_argument("--mirror", metavar="URI", default=os.environ.get("DEBIAN_MIRROR", MIRROR),
-                        help=f"of Debian (the variable DEBIAN_MIRROR, or {MIRROR})")
+    add_mirror(parser)
     options = parser.parse_args(arguments)
     # Each once, in the order in which they are named.
     options.releases = list(dict.fromkeys(options.releases or RELEASES))
@@ -121,6 +121,9 @@ def main():
     for number in SIGNALS:
         signal.signal(number, end_in_order)
     try:
+        options.mirror = options.mirror or own_mirror(options.releases[0])
+        if not options.mirror:
+            raise CannotStart("no mirror is known; run apt-get update, or name one with --mirror")
         if os.geteuid() != 0:
             become_root(sys.argv, options.mirror)
         # All releases get the same, though somebody may go on working.
