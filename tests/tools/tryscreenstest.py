@@ -1,15 +1,18 @@
 """What tools/try-screens decides: which cases, what is on a picture, what is wrong with a film."""
 
 import contextlib
+import fcntl
 import io
 import os
 import socket
 import struct
 import subprocess
 import tempfile
+import termios
 import threading
 import unittest
 
+from surroundings.waiting import wait_until
 from tryscreens import commandline, wire
 from tryscreens.cases import CASES, Case
 from tryscreens.desks import DESKS
@@ -52,7 +55,7 @@ class KindTest(unittest.TestCase):
                 self.assertEqual(kind(a_picture(BLACK, line)), "part")
 
     def test_rows_may_be_longer_than_the_picture(self):
-        self.assertEqual(kind(a_picture(BLACK, stride=4 * WIDTH + 64)), "black")
+        self.assertEqual(kind(a_picture(BACKDROP, stride=4 * WIDTH + 64)), "backdrop")
 
     def test_a_pointer_changes_nothing_else(self):
         for x, y in ((60, 38), (420, 38), (60, 262), (420, 262)):
@@ -67,12 +70,14 @@ class PngTest(unittest.TestCase):
     def test_others_can_read_it(self):
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.join(folder, "picture.png")
-            a_picture(RED, (0, 0, 1, 1, BACKDROP), stride=4 * WIDTH + 8).write(path)
+            corners = [(x, y, 1, 1, BACKDROP) for x, y in ((0, 0), (WIDTH - 1, HEIGHT - 1))]
+            a_picture(RED, *corners, stride=4 * WIDTH + 8).write(path)
             told = subprocess.run(
                 ["ffmpeg", "-loglevel", "quiet", "-i", path, "-f", "rawvideo", "-pix_fmt", "rgb24",
                  "-"], capture_output=True, check=True).stdout
         self.assertEqual(len(told), 3 * WIDTH * HEIGHT)
-        self.assertEqual((tuple(told[:3]), tuple(told[3:6])), (BACKDROP, RED))
+        for place, colour in ((0, BACKDROP), (3, RED), (-6, RED), (-3, BACKDROP)):
+            self.assertEqual(tuple(told[place:][:3]), colour)
 
 
 def scenes(*kinds, lasts_s=1):
@@ -200,6 +205,12 @@ class CommandLineTest(unittest.TestCase):
         self.assertEqual(trial.wrong, ["end: code 1"])
 
 
+def unread(sender):
+    """How much of what was sent has not been taken yet."""
+    count, = struct.unpack("=i", fcntl.ioctl(sender, termios.TIOCOUTQ, bytes(4)))
+    return count
+
+
 class WireTest(unittest.TestCase):
     """With a thread that stands for the compositor."""
 
@@ -220,6 +231,8 @@ class WireTest(unittest.TestCase):
                 everything = b"".join(answers)
                 for start in range(0, len(everything), 7):
                     caller.sendall(everything[start:start + 7])
+                    # Else the kernel would put the pieces together.
+                    wait_until(lambda: unread(caller) == 0, 10, 0.001)
                 caller.recv(65536)
                 caller.recv(65536)
 
