@@ -10,6 +10,7 @@
 #include <QProcess>
 #include <QUrl>
 
+#include <atomic>
 #include <memory>
 
 Q_LOGGING_CATEGORY(lcPlatform, "pixmoth.platform")
@@ -77,6 +78,12 @@ void reportNoContacts(const QString& backEnd, int error)
     }
 }
 
+bool noteNoSound()
+{
+    static std::atomic_flag told = ATOMIC_FLAG_INIT;
+    return !told.test_and_set();
+}
+
 void reportMissingSound()
 {
     const bool card = !QDir("/dev/snd").entryList({"pcmC*p"}, QDir::System | QDir::Files).isEmpty();
@@ -86,6 +93,7 @@ void reportMissingSound()
                         QFileInfo::exists(runtime + "/pulse/native") ||
                         QFileInfo::exists(runtime + "/pipewire-0");
     if (!card && !server) {
+        noteNoSound();
         qCWarning(lcPlatform, "No sound: neither a sound card nor a sound server is there");
     }
 }

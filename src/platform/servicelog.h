@@ -32,6 +32,10 @@ void reportSpeechFailures(QProcess* process);
 /// Of our own store nothing is told: it knows better why, and has said so.
 void reportNoContacts(const QString& backEnd, int error);
 
+/// Notes that somebody tells why nothing will be heard. True for the first in the life of the
+/// process: whoever finds it out after them has nothing to add. A signal handler may call it.
+bool noteNoSound();
+
 /// Tells when the machine has neither a sound card nor a sound server to play on. A look at files
 /// only: asking the sound system itself could wait for it.
 void reportMissingSound();

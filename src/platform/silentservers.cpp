@@ -91,6 +91,7 @@ void avoidSilentServers()
         qputenv(SYSTEM_BUS, NO_BUS);
     }
     if (!soundServer.isOverBy(deadline)) {
+        noteNoSound();
         qCWarning(lcPlatform, "No sound: the sound server does not answer");
         qputenv(SOUND_SERVER, NO_SOUND_SERVER);
         qputenv(PIPEWIRE, NO_PIPEWIRE);

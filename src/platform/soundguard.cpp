@@ -1,6 +1,7 @@
 #include "platform/soundguard.h"
 
 #include "platform/alarm.h"
+#include "platform/servicelog.h"
 
 #include <QTimer>
 
@@ -77,6 +78,7 @@ void lookAfterIt(int)
     }
     if (cut && !told) {
         told = 1;
+        noteNoSound();
         const char line[] = "pixmoth.platform: No sound: the sound server has frozen\n";
         if (::write(STDERR_FILENO, line, sizeof line - 1) < 0) {
             // Standard error is closed, and there is nowhere else to say it.

@@ -73,8 +73,29 @@ gboolean answer(GstElement* element, GstQuery* query)
     return TRUE;
 }
 
+/// Called in whichever thread opens the sinks. Where none can be opened, since there is none, or
+/// since somebody else holds the only card, the usual one warns, and plays to nobody.
+void hear(GstBin* bin, GstMessage* message)
+{
+    if (GST_MESSAGE_TYPE(message) != GST_MESSAGE_WARNING ||
+        !gst_object_has_as_parent(GST_MESSAGE_SRC(message), GST_OBJECT(bin))) {
+        const gpointer parent = g_type_class_peek_parent(GST_BIN_GET_CLASS(bin));
+        GST_BIN_CLASS(parent)->handle_message(bin, message);
+        return;
+    }
+    GError* reason = nullptr;
+    gst_message_parse_warning(message, &reason, nullptr);
+    if (noteNoSound()) {
+        qCWarning(lcPlatform, "No sound: no server and no card can be played to (%s)",
+                  reason->message);
+    }
+    g_error_free(reason);
+    gst_message_unref(message);
+}
+
 void initClass(gpointer sinkClass, gpointer)
 {
+    GST_BIN_CLASS(sinkClass)->handle_message = hear;
     GST_ELEMENT_CLASS(sinkClass)->query = answer;
     gst_element_class_set_static_metadata(
         GST_ELEMENT_CLASS(sinkClass), "Sound sink of pixmoth", "Sink/Audio",

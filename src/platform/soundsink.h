@@ -8,7 +8,8 @@ namespace platform {
 /// server stands still until it is played on, and with it the clock by which the gap would end: a
 /// show that begins in silence would stay silent to its end, without a word. Where the music is,
 /// the player is told without asking the sink: one that plays to a sound card past any server would
-/// have it wait for the card, and with it the frames for one that has frozen.
+/// have it wait for the card, and with it the frames for one that has frozen. Where nothing can be
+/// played to, the log says so, unless it has said so before.
 ///
 /// Call it once, before the first player is made. Whoever names a sink of their own in
 /// QT_GSTREAMER_PLAYBIN_AUDIOSINK keeps it.

@@ -297,6 +297,7 @@ void SilentServersTest::soundServer()
     QVERIFY(run());
     QCOMPARE(probe->all("sound"), QStringList{isHidden ? NO_SOUND_SERVER : told(address)});
     QCOMPARE(probe->all("pipewire"), QStringList{isHidden ? "nonexistent" : ""});
+    QCOMPARE(probe->all("silence"), QStringList{isHidden ? "told" : ""});
     QVERIFY(logs(isHidden ? SILENT_SOUND_SERVER : QString()));
 }
 

@@ -1,5 +1,8 @@
 #include "platform/soundsink.h"
 
+#include "support/logcapture.h"
+#include "support/scopedvariable.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -21,6 +24,7 @@ class SoundSinkTest : public QObject
 private slots:
     void initTestCase();
     void cleanup();
+    void nothingToPlayToIsToldOnce();
     void silenceIsSound();
     void positionIsToldWithoutTheSink();
     void sinkOfTheUsersOwnIsKept();
@@ -112,6 +116,32 @@ void SoundSinkTest::initTestCase()
 void SoundSinkTest::cleanup()
 {
     qunsetenv(PLAYERS_SINK);
+}
+
+void SoundSinkTest::nothingToPlayToIsToldOnce()
+{
+    QTemporaryDir folder;
+    QFile noCards(folder.filePath("asound.conf"));
+    QVERIFY(noCards.open(QIODevice::WriteOnly));
+    const ScopedVariable settings("ALSA_CONFIG_PATH", QFile::encodeName(noCards.fileName()));
+    LogCapture log;
+    for (int player = 0; player < 2; ++player) {
+        GstElement* sink = gst_element_factory_make(ownSink, nullptr);
+        QVERIFY(sink);
+        GstBus* bus = gst_bus_new();
+        gst_element_set_bus(sink, bus);
+        const GstStateChangeReturn change = gst_element_set_state(sink, GST_STATE_READY);
+        GstMessage* toolkitsWord = gst_bus_pop_filtered(bus, GST_MESSAGE_WARNING);
+        gst_element_set_state(sink, GST_STATE_NULL);
+        gst_object_unref(sink);
+        gst_object_unref(bus);
+        QCOMPARE(change, GST_STATE_CHANGE_SUCCESS);
+        QVERIFY2(!toolkitsWord, "it would be told twice");
+        const QStringList told = log.platformLines();
+        QCOMPARE(told.size(), 1);
+        QVERIFY2(told.first().startsWith("No sound: no server and no card can be played to ("),
+                 qPrintable(told.first()));
+    }
 }
 
 void SoundSinkTest::silenceIsSound()

@@ -15,6 +15,7 @@
 #include "platform/busconnection.h"
 #include "platform/qsystemdeviceinfo.h"
 #include "platform/qsystemscreensaver.h"
+#include "platform/servicelog.h"
 #include "platform/silentservers.h"
 
 #include <QContact>
@@ -109,6 +110,7 @@ int servers(qint64 ms)
     tell("bus", qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"));
     tell("system", qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"));
     tell("sound", qEnvironmentVariable("PULSE_SERVER"));
+    tell("silence", platform::noteNoSound() ? "" : "told");
     tell("pipewire", qEnvironmentVariable("PIPEWIRE_REMOTE"));
     tell("manager", qEnvironmentVariable("SESSION_MANAGER"));
     tell("ms", ms);

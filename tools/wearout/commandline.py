@@ -83,7 +83,7 @@ def expected_minutes(options, sound_server):
 
 def run(options, sound_server):
     """How many trials have failed."""
-    for program in (trials.PROGRAM, trials.FRAME_TIMES, shows.PROGRAM):
+    for program in (trials.PROGRAM, trials.FRAME_TIMES, trials.BUSY_CARD, shows.PROGRAM):
         if not os.path.exists(program):
             raise CannotStart(f"there is no {program}: the debug preset is not built")
     with Trials(Chance(options.seed), options.patience, sound_server) as all_trials:

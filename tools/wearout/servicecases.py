@@ -9,7 +9,8 @@ from dataclasses import dataclass, field
 from surroundings import NO_BUS
 from surroundings.show import (
     FIRST_PART_S, MUSIC, NO_MUSIC_LINE, NO_SOUND_LINE, NO_SPEECH_LINE, PART_S)
-from wearout.trials import write_program
+from surroundings.soundcard import busy_card
+from wearout.trials import BUSY_CARD, write_program
 
 # The first line is spoken in the fourth part, the second in the fifth.
 TWO_LINES_S = FIRST_PART_S + 3 * PART_S + 1.5
@@ -92,7 +93,9 @@ def sounds(folder, silence, faltering):
                    told=NO_SOUND_LINE)
 
 
-def sound_cards(cards):
+def sound_cards(folder, cards):
+    yield Case("busy-sound-card", busy_card(os.path.join(folder, "busy-card"), BUSY_CARD),
+               told=NO_SOUND_LINE)
     for name, card in zip(("frozen-sound-card", "sound-card-that-never-opens"), cards):
         yield Case(name, card.environment, play_s=2.5)
 
@@ -148,7 +151,7 @@ def every(trials, silence, frozen_saver, faltering, cards):
     yield from buses(silence, frozen_saver, trials.bus)
     yield from voices(folder, empty)
     yield from sounds(folder, silence, faltering)
-    yield from sound_cards(cards)
+    yield from sound_cards(folder, cards)
     yield from musics(folder)
     yield from pictures()
     yield from owners(folder, trials.chance)

@@ -26,6 +26,8 @@ END_S = 2
 FRAME_GAP_S = 0.5
 # Loaded before the program's libraries, it writes down when each frame is shown.
 FRAME_TIMES = os.path.join(ROOT, "build/debug/tests/endurance/libframetimes.so")
+# A sound card that somebody else plays on.
+BUSY_CARD = os.path.join(ROOT, "build/debug/tests/endurance/libbusycard.so")
 # After its end: until all that it started has ended, and the screen saver knows.
 SETTLES_WITHIN_S = 2
 # The toolkit's own warning of a process object that dies before its process. Nothing else tells:
