@@ -1,5 +1,7 @@
 """A line for each release."""
 
+from surroundings.table import aligned
+
 HEAD = ("release", "g++", "Qt", "Mesa", "warnings", "tests", "static checks", "film",
         "tests as root", "film as root")
 # Where something was not tried, or has not come so far.
@@ -22,8 +24,4 @@ def row(outcome):
 
 
 def table(outcomes):
-    rows = [HEAD, *(row(outcome) for outcome in outcomes)]
-    widths = [max(len(cells[column]) for cells in rows) for column in range(len(HEAD))]
-    return "\n".join(
-        "  ".join(cell.ljust(width) for cell, width in zip(cells, widths)).rstrip()
-        for cells in rows)
+    return aligned([HEAD, *(row(outcome) for outcome in outcomes)])

@@ -19,6 +19,7 @@ import sys
 
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
+from surroundings.table import aligned
 from tryscreens.cases import CASES
 from tryscreens.trial import PROGRAM, RESULTS, Trial
 
@@ -49,9 +50,7 @@ def table(trials):
     """The findings, in columns."""
     rows = [("case", *Trial.COLUMNS)]
     rows += [(trial.case.name, *trial.found.values()) for trial in trials]
-    widths = [max(map(len, column)) for column in zip(*rows)]
-    return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip()
-                     for row in rows)
+    return aligned(rows)
 
 
 def try_case(case):
