@@ -4,6 +4,9 @@ foreach(name hearmusictest installpackagestest)
   target_compile_definitions(${name} PRIVATE TOOLS="${PROJECT_SOURCE_DIR}/tools")
 endforeach()
 
+pixmoth_add_test(tools flashmetertest)
+target_link_libraries(flashmetertest PRIVATE pixmoth-flashmeter)
+
 # The show that its authors work by, once within the test and once as they start it.
 pixmoth_add_test(tools rehearsalgltest EACH)
 pixmoth_add_test(tools rehearsalmusicgltest SOUND)
