@@ -1,4 +1,5 @@
 #include "support/fakeservice.h"
+#include "support/patience.h"
 #include "support/privatebus.h"
 
 #include <QDBusConnectionInterface>
@@ -59,6 +60,9 @@ private:
 
 namespace {
 
+/// A show whose end a frozen sound server holds up waits for ninety seconds, on any machine.
+const int HELD_MS = 80000;
+
 QProcessEnvironment quietEnvironment()
 {
     return QProcessEnvironment::systemEnvironment();
@@ -83,7 +87,7 @@ bool ProgramGlTest::logHas(QProcess& program, const QByteArray& text)
             log += program.readAll();
             return log.contains(text);
         },
-        15000);
+        patiently(15000));
 }
 
 void ProgramGlTest::startSoundServer(QProcess& server, const QString& socket)
@@ -99,7 +103,7 @@ bool ProgramGlTest::endByKey(QProcess& program, const QString& key)
 {
     QElapsedTimer limit;
     limit.start();
-    while (program.state() != QProcess::NotRunning && limit.elapsed() < 15000) {
+    while (program.state() != QProcess::NotRunning && limit.elapsed() < patiently(15000)) {
         QProcess::execute("xdotool", {"key", key});
         program.waitForFinished(20);
     }
@@ -169,7 +173,7 @@ void ProgramGlTest::screenSaverIsHeldOff()
     start(program, environment);
     // By the name that a desktop would show to whoever asks why the screen stays on.
     QTRY_COMPARE_WITH_TIMEOUT(saver.calls(), QStringList{"Inhibit pixmoth The show is playing"},
-                              15000);
+                              patiently(15000));
     QVERIFY(endByKey(program, "Escape"));
     QTRY_COMPARE(saver.calls().mid(1), QStringList{"UnInhibit 77"});
     QCOMPARE(program.exitCode(), 0);
@@ -267,7 +271,7 @@ void ProgramGlTest::endsWithoutUsableGl()
     }
     QProcess program;
     start(program, environment);
-    QVERIFY2(program.waitForFinished(20000), "a window that nothing is ever drawn in");
+    QVERIFY2(program.waitForFinished(patiently(20000)), "a window that nothing is ever drawn in");
     const QByteArray log = program.readAll();
     QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 1, log);
     QVERIFY2(log.contains(line.toUtf8()), log);
@@ -342,7 +346,7 @@ void ProgramGlTest::fillsTheScreenWithoutWindowManager()
     QByteArray found;
     QElapsedTimer limit;
     limit.start();
-    while (found.count(whole) != 2 && limit.elapsed() < 15000) {
+    while (found.count(whole) != 2 && limit.elapsed() < patiently(15000)) {
         QProcess look;
         look.setProcessEnvironment(environment);
         look.start("xdotool", {"search", "--onlyvisible", "--class", "pixmoth", "getwindowgeometry",
@@ -449,7 +453,7 @@ void ProgramGlTest::soundServerThatFreezesAtTheBeginning()
     log += show.readAll();
     QVERIFY2(begun, log);
     QVERIFY2(ended && show.exitStatus() == QProcess::NormalExit && show.exitCode() == 0, log);
-    QVERIFY2(ms < 6000, qPrintable(QString::number(ms)));
+    QVERIFY2(ms < qMin(patiently(6000), HELD_MS), qPrintable(QString::number(ms)));
 }
 
 void ProgramGlTest::endsWithAFrozenServer_data()
@@ -504,7 +508,7 @@ void ProgramGlTest::endsWithAFrozenServer()
     QProcess show;
     start(show, environment, HURRIED_PROGRAM);
     QVERIFY2(logHas(show, "Approx time"), log);
-    QTRY_VERIFY(!saver.calls().isEmpty());
+    QTRY_VERIFY2_WITH_TIMEOUT(!saver.calls().isEmpty(), log, patiently(5000));
     // The music is under way as well.
     QTest::qWait(500);
 
@@ -520,9 +524,10 @@ void ProgramGlTest::endsWithAFrozenServer()
         ended = endByKey(show, "Escape");
     } else if (end == "signal") {
         show.terminate();
-        ended = show.waitForFinished(15000);
+        ended = show.waitForFinished(patiently(15000));
     } else {
-        ended = show.waitForFinished(30000);
+        // Shorter than what would be held; its multiple shows only that the end comes.
+        ended = show.waitForFinished(patiently(30000));
     }
     const qint64 ms = timer.elapsed();
     bus.thaw();
@@ -541,8 +546,9 @@ void ProgramGlTest::endsWithAFrozenServer()
         QVERIFY2(show.exitStatus() == QProcess::NormalExit, log);
         QCOMPARE(show.exitCode(), 0);
     }
-    // Two seconds, and a few for a machine that is busy. One that is held waits for ninety.
-    QVERIFY2(end == "last part" || ms < 12000, qPrintable(QString::number(ms)));
+    // Two seconds, and a few for a machine that is busy.
+    QVERIFY2(end == "last part" || ms < qMin(patiently(12000), HELD_MS),
+             qPrintable(QString::number(ms)));
     QVERIFY2(!log.contains("QProcess"), log);
 
     QFile pid(own.filePath("pid"));

@@ -150,11 +150,11 @@ class CtestTest(unittest.TestCase):
                     ["A=1", "B=2"], 10, "/")
         with tempfile.TemporaryDirectory() as folder:
             with open(os.path.join(folder, "CTestTestfile.cmake"), "w", encoding="utf-8") as file:
-                file.write(gltests.ctest_file([test]))
+                file.write(gltests.ctest_file([test], 7))
             told = subprocess.run(["ctest", "--test-dir", folder, "-V"], capture_output=True,
                                   text=True, check=True).stdout
         self.assertIn(awkward + " 1 2\n", told)
-        self.assertIn(f"Test timeout computed to be: {10 * gltests.PATIENCE}\n", told)
+        self.assertIn("Test timeout computed to be: 70\n", told)
 
 
 class SysrootTest(unittest.TestCase):
@@ -332,6 +332,13 @@ class CommandLineTest(unittest.TestCase):
     def test_what_is_no_section_is_refused(self):
         with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
             self.sections("toys")
+
+    def test_patience_is_a_number_of_times(self):
+        self.assertEqual(commandline.parse([]).patience, gltests.PATIENCE)
+        self.assertEqual(commandline.parse(["--patience", "12"]).patience, 12)
+        for wrong in ("0", "-1", "x", "1.5"):
+            with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit):
+                commandline.parse(["--patience", wrong])
 
     def test_moments_end_with_their_word(self):
         options = commandline.parse(["--moments", "1,2.5", "frames"])

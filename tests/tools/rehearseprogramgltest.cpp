@@ -1,3 +1,5 @@
+#include "support/patience.h"
+
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
@@ -37,7 +39,7 @@ bool RehearseProgramGlTest::endByKey(QProcess& program)
 {
     QElapsedTimer limit;
     limit.start();
-    while (program.state() != QProcess::NotRunning && limit.elapsed() < 15000) {
+    while (program.state() != QProcess::NotRunning && limit.elapsed() < patiently(15000)) {
         QProcess::execute("xdotool", {"mousemove", "20", "20", "key", "Escape"});
         program.waitForFinished(50);
     }
@@ -48,7 +50,7 @@ void RehearseProgramGlTest::initTestCase()
 {
     QProcess program;
     start(program, {"0"});
-    QVERIFY(program.waitForFinished(20000));
+    QVERIFY(program.waitForFinished(patiently(20000)));
     const QString told = program.readAllStandardError();
     numParts = QRegularExpression("the show has parts 1 to (\\d+)").match(told).captured(1).toInt();
     QVERIFY2(numParts > 3, qPrintable(told));
@@ -83,7 +85,7 @@ void RehearseProgramGlTest::refuses()
     QFETCH(QString, line);
     QProcess program;
     start(program, arguments);
-    QVERIFY(program.waitForFinished(20000));
+    QVERIFY(program.waitForFinished(patiently(20000)));
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), 2);
     // What the show misses here may be told before.
@@ -102,8 +104,8 @@ void RehearseProgramGlTest::playsToTheEnd()
         start(program, {QString::number(numParts), "--size", "320x192"});
         QElapsedTimer time;
         time.start();
-        QVERIFY(program.waitForReadyRead(20000));
-        QVERIFY(program.waitForFinished(30000));
+        QVERIFY(program.waitForReadyRead(patiently(20000)));
+        QVERIFY(program.waitForFinished(patiently(30000)));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 0);
         QVERIFY2(time.elapsed() > 4800, qPrintable(QString::number(time.elapsed())));
@@ -115,7 +117,7 @@ void RehearseProgramGlTest::keyEndsIt()
 {
     QProcess program;
     start(program, {"3", "--size", "320x192"});
-    QVERIFY(program.waitForReadyRead(20000));
+    QVERIFY(program.waitForReadyRead(patiently(20000)));
     QCOMPARE(program.readAllStandardOutput(), QString("Part 3 of %1\n").arg(numParts).toUtf8());
     QProcess geometry;
     geometry.start("xdotool", {"search", "--name", QString("^pixmoth: part 3 of %1$").arg(numParts),
@@ -131,7 +133,7 @@ void RehearseProgramGlTest::shiftDoesNotEndIt()
 {
     QProcess program;
     start(program, {"--loop"});
-    QVERIFY(program.waitForReadyRead(20000));
+    QVERIFY(program.waitForReadyRead(patiently(20000)));
     for (const char* key : {"Shift_L", "Control_L", "Alt_L", "Super_L"}) {
         QProcess::execute("xdotool", {"mousemove", "20", "20", "key", key});
     }

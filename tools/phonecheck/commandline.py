@@ -45,6 +45,14 @@ SECTIONS = {section.name: section for section in (
 )}
 
 
+def times(text):
+    """A number of times, as an option is given it."""
+    number = int(text)
+    if number < 1:
+        raise ValueError(text)
+    return number
+
+
 def parse(arguments):
     parser = argparse.ArgumentParser(
         prog="tools/phone-check", description=__doc__,
@@ -61,6 +69,10 @@ def parse(arguments):
     parser.add_argument("--leave-out", metavar="PATTERN", default=os.environ.get("LEAVE_OUT", ""),
                         help="of the tests, leave out those whose names match; those of the whole "
                              "show take most of the time (the variable LEAVE_OUT)")
+    parser.add_argument("--patience", metavar="TIMES", type=times, default=gltests.PATIENCE,
+                        help="so many times as long as on a PC may the tests take, and wait for "
+                             f"what they start ({gltests.PATIENCE}); more where the machine is "
+                             "busy besides")
     parser.add_argument("--moments", metavar="SECONDS,…", default=frames.DEFAULT_MOMENTS,
                         type=lambda text: tuple(text.split(",")),
                         help="when in each part a frame is compared "
