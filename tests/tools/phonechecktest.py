@@ -3,6 +3,7 @@
 import contextlib
 import io
 import os
+import shutil
 import subprocess
 import tempfile
 import types
@@ -155,6 +156,28 @@ class CtestTest(unittest.TestCase):
                                   text=True, check=True).stdout
         self.assertIn(awkward + " 1 2\n", told)
         self.assertIn("Test timeout computed to be: 70\n", told)
+
+
+class SeclusionTest(unittest.TestCase):
+    @unittest.skipUnless(shutil.which("bwrap"), "bubblewrap is not installed")
+    def test_shared_memory_of_others_is_not_seen(self):
+        prefix = gltests.secluding_prefix()
+        if not prefix:
+            self.skipTest("nothing can be mounted here")
+        with tempfile.NamedTemporaryFile(dir="/dev/shm") as left, \
+                tempfile.NamedTemporaryFile() as other:
+            for path, seen in ((left.name, False), (other.name, True)):
+                code = subprocess.run([*prefix, "test", "-e", path], check=False).returncode
+                self.assertEqual(code == 0, seen, path)
+
+    def test_where_nothing_can_be_mounted_all_is_seen(self):
+        with tempfile.TemporaryDirectory() as folder:
+            tool = os.path.join(folder, "bwrap")
+            emulator.write_script(tool, "exit 1")
+            with mock.patch.dict(os.environ, PATH=folder + ":" + os.environ["PATH"]), \
+                    contextlib.redirect_stdout(io.StringIO()) as told:
+                self.assertEqual(gltests.secluding_prefix(), ())
+        self.assertIn("/dev/shm", told.getvalue())
 
 
 class SysrootTest(unittest.TestCase):
