@@ -8,7 +8,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 out=${1:-$here/../src/resources}
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
-mkdir -p "$out/face" "$out/textures"
+icons=${1:-$here}/icons
+mkdir -p "$out/face" "$out/textures" "$icons"
 
 # The face and the title are added to the moving picture, so a grey level of 3
 # around them would already show as a box: jpeg.py keeps their ground black.
@@ -43,6 +44,12 @@ clean "$tmp/title.png" "$out/textures/title.jpg"
 py "$here/texture.py" > "$tmp/test1.svg"
 rsvg-convert "$tmp/test1.svg" -o "$tmp/test1.png"
 plain "$tmp/test1.png" "$out/textures/test1.jpg"
+
+# Nothing is added to the icon: its ground is one of its own.
+py "$here/icon.py" > "$icons/pixmoth.svg"
+for size in 32 48 64 128 256; do
+    rsvg-convert -w "$size" -h "$size" "$icons/pixmoth.svg" -o "$icons/$size.png"
+done
 
 # The promise of pure black, measured on what a decoder sees.  Where the drawing
 # is black no channel may be above 1, and around the faces a frame of 8 pixels
