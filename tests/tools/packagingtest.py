@@ -1,0 +1,119 @@
+"""What stands in a package's files and elsewhere, too, is the same in both places."""
+
+import glob
+import os
+import re
+import struct
+import subprocess
+import unittest
+import xml.etree.ElementTree as xml
+
+ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+
+# Of what is installed to play in a checkout, that which comes with other packages: the libraries of
+# OpenGL, and those bring a driver.
+COMES_WITH_LIBRARIES = {"libgl1-mesa-dri", "libgles2", "libglx-mesa0", "libegl1"}
+COMPILER = {"g++"}  # Is there wherever packages are built.
+HELPER = {"debhelper-compat"}
+
+
+def read(name):
+    with open(os.path.join(ROOT, name), encoding="utf-8") as file:
+        return file.read()
+
+
+def match(pattern, name):
+    found = re.search(pattern, read(name), re.MULTILINE | re.DOTALL)
+    assert found, f"{name} has nothing like {pattern}"
+    return found.group(1)
+
+
+def packages_of_set(name):
+    """The packages of one of the sets of tools/install-packages."""
+    return set(match(rf'^sets\[{name}\]="([^"]*)"', "tools/install-packages").split())
+
+
+def field(name, text):
+    """The names in a field of debian/control; comments and conditions are left out."""
+    lines = re.search(rf"^{name}:(.*?)^(?=\S)(?!#)", text + "\nEnd:", re.MULTILINE | re.DOTALL)
+    kept = "".join(line for line in lines.group(1).splitlines() if not line.startswith("#"))
+    return {re.match(r"\s*([^\s(|]+)", entry).group(1)
+            for entry in kept.split(",") if entry.strip()}
+
+
+class VersionTest(unittest.TestCase):
+    def test_one_version(self):
+        version = match(r"^project\(pixmoth VERSION (\S+)", "CMakeLists.txt")
+        self.assertEqual(match(r"\Apixmoth \(([^)]*)\)", "debian/changelog"), version)
+        self.assertEqual(match(r'<release version="([^"]*)"', "packaging/pixmoth.metainfo.xml"),
+                         version)
+        self.assertEqual(match(r"^## (\S+)", "CHANGELOG.md"), version)
+
+
+class DependenciesTest(unittest.TestCase):
+    def test_what_is_needed_to_build(self):
+        source = read("debian/control").partition("\n\n")[0]
+        self.assertEqual(field("Build-Depends", source) - HELPER,
+                         packages_of_set("build") - COMPILER)
+
+    def test_what_is_found_at_run_time(self):
+        program = read("debian/control").split("\n\n")[1]
+        installed = field("Depends", program) | field("Recommends", program)
+        wanted = packages_of_set("play") | packages_of_set("wayland")
+        self.assertEqual(wanted - COMES_WITH_LIBRARIES - installed, set())
+
+
+class LicenceTest(unittest.TestCase):
+    def test_the_same_files_are_pictures_and_music(self):
+        told = match(r"pictures and the music \(([^)]*)\)", "LICENSE")
+        folders = {folder.strip() for folder in told.split(",")}
+        listed = re.findall(r"^ (\S+)/\*$", read("debian/copyright"), re.MULTILINE)
+        self.assertEqual({folder + "/" for folder in listed}, folders)
+
+    def test_the_same_terms(self):
+        terms = match(r"(Permission is hereby granted.*IN THE\nSOFTWARE\.)", "LICENSE")
+        packaged = match(r"^License: Expat\n( Permission.*?)\n\n", "debian/copyright")
+        self.assertEqual(packaged.replace("\n .\n", "\n").split(), terms.split())
+
+
+class IconTest(unittest.TestCase):
+    def test_pictures_are_as_large_as_they_are_called(self):
+        paths = glob.glob(os.path.join(ROOT, "art/icons/*.png"))
+        self.assertGreater(len(paths), 3)
+        for path in paths:
+            with self.subTest(os.path.basename(path)), open(path, "rb") as file:
+                size = struct.unpack(">II", file.read(24)[16:])
+                called = int(os.path.basename(path).partition(".")[0])
+                self.assertEqual(size, (called, called))
+
+    def test_drawing_is_what_its_source_draws(self):
+        drawn = subprocess.run(["python3", os.path.join(ROOT, "art/icon.py")], check=True,
+                               capture_output=True, text=True).stdout
+        self.assertEqual(drawn, read("art/icons/pixmoth.svg"))
+
+
+class MetadataTest(unittest.TestCase):
+    def test_the_files_name_each_other(self):
+        component = xml.parse(os.path.join(ROOT, "packaging/pixmoth.metainfo.xml")).getroot()
+        self.assertEqual(component.findtext("launchable"), "pixmoth.desktop")
+        entry = read("packaging/pixmoth.desktop")
+        self.assertIn(f"\nIcon={component.findtext('icon')}\n", entry)
+        self.assertIn(f"\nExec={component.findtext('provides/binary')}\n", entry)
+
+    def test_flashing_light_is_told_first(self):
+        component = xml.parse(os.path.join(ROOT, "packaging/pixmoth.metainfo.xml")).getroot()
+        self.assertIn("flashing light", component.findtext("description/p"))
+        self.assertIn("Flashing light", match(r"^Comment=(.*?)$", "packaging/pixmoth.desktop"))
+
+    def test_manual_knows_the_variables_that_the_show_sets(self):
+        manual = read("packaging/pixmoth.6.in")
+        servers = read("src/platform/silentservers.cpp")
+        names = set(re.findall(r'"([A-Z]+(?:_[A-Z]+)+)"', servers)) - {"SESSION_MANAGER"}
+        self.assertGreater(len(names), 3)
+        for name in names:
+            with self.subTest(name):
+                self.assertIn(name, manual)
+
+
+if __name__ == "__main__":
+    unittest.main()
