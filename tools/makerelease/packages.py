@@ -1,0 +1,97 @@
+"""The source package and the binary packages of a commit, step by step."""
+
+import glob
+import hashlib
+import os
+import shutil
+import subprocess
+
+from surroundings.show import ROOT
+from surroundings.surrounding import CannotStart
+
+# What a release is made of. The packages' symbols are among it; the records of the build, which tell
+# the day and the machine, are not.
+KINDS = ("*.dsc", "*.tar.xz", "*.deb")
+# By which a compiler would be run that knows paths, or the day.
+PRIVATE = ("CMAKE_CXX_COMPILER_LAUNCHER", "CMAKE_C_COMPILER_LAUNCHER", "SOURCE_DATE_EPOCH",
+           "DEB_BUILD_OPTIONS", "CFLAGS", "CXXFLAGS", "CPPFLAGS", "LDFLAGS")
+
+
+def make_empty(folder):
+    shutil.rmtree(folder, ignore_errors=True)
+    os.makedirs(folder)
+
+
+def unpack(commit, folder):
+    """The files of a commit, and nothing else that lies about."""
+    with subprocess.Popen(["git", "-c", "safe.directory=*", "-C", ROOT, "archive", commit],
+                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as archive:
+        code = subprocess.run(["tar", "--extract", "--directory", folder], stdin=archive.stdout,
+                              stderr=subprocess.DEVNULL, check=False).returncode
+    if code != 0 or archive.returncode != 0:
+        raise CannotStart("there could be no copy of the commit")
+
+
+def build(commit, folder):
+    """Returns the folder with the packages."""
+    source = os.path.join(folder, "pixmoth")
+    make_empty(source)
+    unpack(commit, source)
+    environment = {name: value for name, value in os.environ.items() if name not in PRIVATE}
+    log_path = os.path.join(folder, "build.log")
+    with open(log_path, "w", encoding="utf-8") as log:
+        code = subprocess.run(
+            ["dpkg-buildpackage", "--unsigned-source", "--unsigned-changes"], cwd=source,
+            env=environment, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+            check=False).returncode
+    if code != 0:
+        raise CannotStart(f"the packages could not be built; see {log_path}")
+    return folder
+
+
+def packages_in(folder):
+    return sorted(path for kind in KINDS for path in glob.glob(os.path.join(folder, kind)))
+
+
+def digest(path):
+    with open(path, "rb") as file:
+        return hashlib.file_digest(file, "sha256").hexdigest()
+
+
+def collect(folder, results):
+    """Copies what a release is made of, tells it, and returns the names."""
+    names = []
+    with open(os.path.join(results, "SHA256SUMS"), "w", encoding="utf-8") as sums:
+        for path in packages_in(folder):
+            name = os.path.basename(path)
+            shutil.copyfile(path, os.path.join(results, name))
+            names.append(name)
+            print(f"{digest(path)}  {name}", file=sums)
+            print(f"{name}: {os.path.getsize(path) / 1024:.0f} kB", flush=True)
+    return names
+
+
+def look(names, results):
+    """Whether lintian finds neither an error nor a warning. What it says is kept."""
+    said = subprocess.run(
+        ["lintian", "--allow-root", "--display-info", "--fail-on", "error,warning", *names],
+        cwd=results, capture_output=True, text=True, check=False)
+    with open(os.path.join(results, "lintian.txt"), "w", encoding="utf-8") as file:
+        file.write(said.stdout + said.stderr)
+    if said.returncode != 0:
+        print(said.stdout + said.stderr + f"lintian ended with code {said.returncode}", flush=True)
+    return said.returncode == 0
+
+
+def compare(names, results, again):
+    """Whether a second build gave the same, to the bit; what differs is told."""
+    others = [os.path.basename(path) for path in packages_in(again)]
+    differing = sorted(set(names) ^ set(others))
+    for name in sorted(set(names) & set(others)):
+        if digest(os.path.join(results, name)) != digest(os.path.join(again, name)):
+            differing.append(name)
+    for name in differing:
+        print(f"{name} is not the same when it is built a second time", flush=True)
+    if not differing:
+        print(f"All {len(names)} are the same when they are built a second time", flush=True)
+    return not differing
