@@ -76,8 +76,12 @@ class LookTest(Folders):
     def look(self, code):
         results = self.folders[2]
         answer = mock.Mock(returncode=code, stdout="W: pixmoth: no-such-thing\n", stderr="")
-        with mock.patch.object(packages.subprocess, "run", mock.Mock(return_value=answer)):
-            well = packages.look([], results)
+        run = mock.Mock(return_value=answer)
+        with mock.patch.object(packages.subprocess, "run", run):
+            well = packages.look(["a.dsc", "a.tar.xz", "a.deb"], results)
+        # It does not take an archive.
+        self.assertEqual([word for word in run.call_args.args[0] if word.startswith("a.")],
+                         ["a.dsc", "a.deb"])
         with open(os.path.join(results, "lintian.txt"), encoding="utf-8") as file:
             self.assertIn("no-such-thing", file.read())
         return well

@@ -73,8 +73,10 @@ def collect(folder, results):
 
 def look(names, results):
     """Whether lintian finds neither an error nor a warning. What it says is kept."""
+    # It finds the files of a source package by its description.
+    described = [name for name in names if name.endswith((".dsc", ".deb"))]
     said = subprocess.run(
-        ["lintian", "--allow-root", "--display-info", "--fail-on", "error,warning", *names],
+        ["lintian", "--allow-root", "--display-info", "--fail-on", "error,warning", *described],
         cwd=results, capture_output=True, text=True, check=False)
     with open(os.path.join(results, "lintian.txt"), "w", encoding="utf-8") as file:
         file.write(said.stdout + said.stderr)
