@@ -24,8 +24,11 @@ def make_empty(folder):
 
 def unpack(commit, folder):
     """The files of a commit, and nothing else that lies about."""
-    with subprocess.Popen(["git", "-c", "safe.directory=*", "-C", ROOT, "archive", commit],
-                          stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as archive:
+    # Modes are of no settings of whoever runs it.
+    archiving = ["git", "-c", "safe.directory=*", "-c", "tar.umask=0022", "-C", ROOT, "archive",
+                 commit]
+    with subprocess.Popen(archiving, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL) as archive:
         code = subprocess.run(["tar", "--extract", "--directory", folder], stdin=archive.stdout,
                               stderr=subprocess.DEVNULL, check=False).returncode
     if code != 0 or archive.returncode != 0:
