@@ -3,6 +3,7 @@
 #include "demo/demobuilder.h"
 #include "demo/timing.h"
 #include "graphics/pausingdevice.h"
+#include "platform/besidefile.h"
 #include "platform/glsurface.h"
 #include "platform/servicelog.h"
 #include "platform/soundguard.h"
@@ -141,8 +142,9 @@ void DemoMain::init()
     d->player = std::make_unique<QMediaPlayer>(d->widget);
     platform::reportPlaybackErrors(d->player.get());
     platform::reportMissingSound();
-    if (platform::canBePlayed(MUSIC_FILE)) {
-        d->player->setMedia(QUrl::fromLocalFile(MUSIC_FILE));
+    const QString music = platform::installedOrBeside(MUSIC_FILE);
+    if (platform::canBePlayed(music)) {
+        d->player->setMedia(QUrl::fromLocalFile(music));
     }
 
     d->buildRays();
