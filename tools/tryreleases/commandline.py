@@ -84,13 +84,13 @@ def announce(options, commit):
         print("What is not committed is not tried", flush=True)
 
 
-def give_results_to_who_asked():
+def give_to_who_asked(results):
     """But for systems that are kept: in those it matters whose a file is."""
     if "SUDO_UID" not in os.environ:
         return
     owner = int(os.environ["SUDO_UID"]), int(os.environ["SUDO_GID"])
-    os.chown(os.path.dirname(RESULTS), *owner)
-    for folder, folders, files in os.walk(RESULTS):
+    os.chown(os.path.dirname(results), *owner)
+    for folder, folders, files in os.walk(results):
         if SYSTEM in folders:
             folders.remove(SYSTEM)
         for name in (".", *files):
@@ -112,7 +112,7 @@ def run(options, commit):
         print("\n" + told, flush=True)
         with open(os.path.join(RESULTS, "table.txt"), "w", encoding="utf-8") as file:
             print(told, file=file)
-        give_results_to_who_asked()
+        give_to_who_asked(RESULTS)
     return 1 if any(outcome.complaints for outcome in outcomes) else 0
 
 

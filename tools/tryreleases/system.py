@@ -8,6 +8,7 @@ import os
 import subprocess
 import time
 
+from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart, Surrounding
 
 # What ./check and ./play are not meant to install: they are fetched with git, and ask sudo.
@@ -64,6 +65,14 @@ class System(Surrounding):
         self.write("etc/sudoers.d/" + USER, USER + " ALL=(ALL) NOPASSWD: ALL\n")
         if self.run(["useradd", "--create-home", "--shell", "/bin/bash", USER], log, limit_s) != 0:
             raise CannotStart("the system has no user")
+
+    def check_out(self, commit, log):
+        """Of this source, into CHECKOUT. Raises CannotStart."""
+        checkout = self.path("")
+        for words in (["clone", "--quiet", "--no-hardlinks", "--no-checkout", ROOT, checkout],
+                      ["-C", checkout, "checkout", "--quiet", "--detach", commit]):
+            if subprocess.run(["git", *words], stdout=log, stderr=log, check=False).returncode != 0:
+                raise CannotStart("there could be no checkout")
 
     def write(self, name, text):
         with open(os.path.join(self.folder, name), "w", encoding="utf-8") as file:

@@ -2,7 +2,6 @@
 
 import os
 import shutil
-import subprocess
 import time
 from dataclasses import dataclass, field
 
@@ -109,12 +108,7 @@ class Trial:
         begin = time.monotonic()
         with open(self.path("system.log"), "w", encoding="utf-8") as log:
             self.system.make(self.outcome.release, self.mirror, log, MAKE_LIMIT_S)
-            checkout = self.system.path("")
-            for words in (["clone", "--quiet", "--no-hardlinks", "--no-checkout", ROOT, checkout],
-                          ["-C", checkout, "checkout", "--quiet", "--detach", self.commit]):
-                if subprocess.run(["git", *words], stdout=log, stderr=log,
-                                  check=False).returncode != 0:
-                    raise CannotStart("there could be no checkout")
+            self.system.check_out(self.commit, log)
         self.hand_over(USER)
         self.say(f"made in {time.monotonic() - begin:.0f} s")
 
