@@ -50,6 +50,22 @@ class VersionTest(unittest.TestCase):
         self.assertEqual(match(r"^## (\S+)", "CHANGELOG.md"), version)
 
 
+class PartyTest(unittest.TestCase):
+    """What a reader of 1992 could still show: so wide, so high, and nothing beyond ASCII."""
+
+    def lines(self, name, width):
+        lines = read("packaging/party/" + name).replace("@VERSION@", "10.10.10").splitlines()
+        self.assertTrue(all(line.isascii() for line in lines))
+        self.assertEqual([line for line in lines if len(line) > width], [])
+        return lines
+
+    def test_info_file(self):
+        self.assertGreater(len(self.lines("pixmoth.nfo", 80)), 10)
+
+    def test_description(self):
+        self.assertLessEqual(len(self.lines("file_id.diz", 45)), 10)
+
+
 class DependenciesTest(unittest.TestCase):
     def test_what_is_needed_to_build(self):
         source = read("debian/control").partition("\n\n")[0]
