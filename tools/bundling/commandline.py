@@ -13,19 +13,16 @@ something, asks for more than Debian 12 has, or failed in a trial.
 
 import argparse
 import os
-import signal
 import subprocess
 import sys
 
 from bundling.building import RESULTS, Building, archive_name
 from bundling.trial import COLUMNS, Trial
 from surroundings.commandline import add_mirror
-from surroundings.mirror import own_mirror
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
-from tryreleases.commandline import (SIGNALS, ask_git, become_root, end_in_order, give_to_who_asked,
-                                     release)
 from surroundings.table import aligned
+from tryreleases.commandline import act, ask_git, give_to_who_asked, release
 
 RELEASES = ("bookworm", "trixie", "forky")
 
@@ -67,6 +64,7 @@ def table(outcomes):
 
 
 def run(options, commit):
+    announce(options, commit)
     if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "bundle"],
                       check=False).returncode != 0:
         raise CannotStart("not all that is needed could be installed")
@@ -86,17 +84,4 @@ def run(options, commit):
 
 def main():
     options = parse(sys.argv[1:])
-    for number in SIGNALS:
-        signal.signal(number, end_in_order)
-    try:
-        options.mirror = options.mirror or own_mirror("bookworm")
-        if not options.mirror:
-            raise CannotStart("no mirror is known; run apt-get update, or name one with --mirror")
-        if os.geteuid() != 0:
-            become_root(sys.argv, options.mirror)
-        commit = ask_git("rev-parse", "HEAD")
-        announce(options, commit)
-        return run(options, commit)
-    except CannotStart as failure:
-        print(f"make-bundle: {failure}", file=sys.stderr)
-        return 1
+    return act("make-bundle", options, "bookworm", run, sys.argv)

@@ -98,6 +98,7 @@ def give_to_who_asked(results):
 
 
 def run(options, commit):
+    announce(options, commit)
     if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "releases"],
                       check=False).returncode != 0:
         raise CannotStart("not all that is needed could be installed")
@@ -116,20 +117,24 @@ def run(options, commit):
     return 1 if any(outcome.complaints for outcome in outcomes) else 0
 
 
-def main():
-    options = parse(sys.argv[1:])
+def act(name, options, nearest, run, arguments):
+    """What tools do that make systems: as root, with a mirror (one of the release `nearest` where
+    none was named), and in order where somebody ends them. `run` does it, with the commit that all
+    of them get though somebody may go on working. Returns the exit code."""
     for number in SIGNALS:
         signal.signal(number, end_in_order)
     try:
-        options.mirror = options.mirror or own_mirror(options.releases[0])
+        options.mirror = options.mirror or own_mirror(nearest)
         if not options.mirror:
             raise CannotStart("no mirror is known; run apt-get update, or name one with --mirror")
         if os.geteuid() != 0:
-            become_root(sys.argv, options.mirror)
-        # All releases get the same, though somebody may go on working.
-        commit = ask_git("rev-parse", "HEAD")
-        announce(options, commit)
-        return run(options, commit)
+            become_root(arguments, options.mirror)
+        return run(options, ask_git("rev-parse", "HEAD"))
     except CannotStart as failure:
-        print(f"try-releases: {failure}", file=sys.stderr)
+        print(f"{name}: {failure}", file=sys.stderr)
         return 1
+
+
+def main():
+    options = parse(sys.argv[1:])
+    return act("try-releases", options, options.releases[0], run, sys.argv)
