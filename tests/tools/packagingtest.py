@@ -1,5 +1,6 @@
 """What stands in a package's files and elsewhere, too, is the same in both places."""
 
+import fnmatch
 import glob
 import os
 import re
@@ -7,6 +8,8 @@ import struct
 import subprocess
 import unittest
 import xml.etree.ElementTree as xml
+
+from makerelease import contents
 
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 
@@ -41,20 +44,22 @@ def field(name, text):
             for entry in kept.split(",") if entry.strip()}
 
 
+VERSION = match(r"^project\(pixmoth VERSION (\S+)", "CMakeLists.txt")
+
+
 class VersionTest(unittest.TestCase):
     def test_one_version(self):
-        version = match(r"^project\(pixmoth VERSION (\S+)", "CMakeLists.txt")
-        self.assertEqual(match(r"\Apixmoth \(([^)]*)\)", "debian/changelog"), version)
+        self.assertEqual(match(r"\Apixmoth \(([^)]*)\)", "debian/changelog"), VERSION)
         self.assertEqual(match(r'<release version="([^"]*)"', "packaging/pixmoth.metainfo.xml"),
-                         version)
-        self.assertEqual(match(r"^## (\S+)", "CHANGELOG.md"), version)
+                         VERSION)
+        self.assertEqual(match(r"^## (\S+)", "CHANGELOG.md"), VERSION)
 
 
 class PartyTest(unittest.TestCase):
     """What a reader of 1992 could still show: so wide, so high, and nothing beyond ASCII."""
 
     def lines(self, name, width):
-        lines = read("packaging/party/" + name).replace("@VERSION@", "10.10.10").splitlines()
+        lines = contents.fill(read("packaging/party/" + name), "10.10.10").splitlines()
         self.assertTrue(all(line.isascii() for line in lines))
         self.assertEqual([line for line in lines if len(line) > width], [])
         return lines
@@ -64,6 +69,37 @@ class PartyTest(unittest.TestCase):
 
     def test_description(self):
         self.assertLessEqual(len(self.lines("file_id.diz", 45)), 10)
+
+    def test_version_is_filled_in(self):
+        for name in (*contents.PAGES, contents.START):
+            with self.subTest(name):
+                text = contents.fill(read("packaging/party/" + name), "10.10.10")
+                self.assertIn("10.10.10", text)
+                self.assertNotIn(contents.PLACEHOLDER, text)
+
+    def test_columns_stay(self):
+        self.assertEqual(contents.fill("a-@VERSION@.b  c\n@VERSION@ d\n@VERSION@", "1.0"),
+                         "a-1.0.b        c\n1.0 d\n1.0")
+
+    def test_the_page_lists_what_is_in_the_pack(self):
+        page = contents.fill(read("packaging/party/pixmoth.nfo"), "10.10.10")
+        section = re.search(r"^  IN THE PACK\n\n(.*?)\n\n", page, re.MULTILINE | re.DOTALL)[1]
+        listed = [name for line in section.splitlines() if line[4] != " "
+                  for name in re.split("  +", line.strip())[0].split(", ")]
+        packed = contents.names("10.10.10")
+        for name in listed:
+            self.assertTrue(fnmatch.filter(packed, name), f"{name} is listed, and not packed")
+        for name in packed:
+            matching = [pattern for pattern in listed if fnmatch.fnmatch(name, pattern)]
+            self.assertEqual(len(matching), 1, f"{name} is packed, and listed as {matching}")
+
+    def test_the_notes_tell_of_all_that_is_released(self):
+        notes = read(f"docs/release-{VERSION}.md")
+        table = "\n".join(line for line in notes.splitlines() if line.startswith("|"))
+        for name in (contents.archive(VERSION), *contents.names(VERSION), "SHA256SUMS"):
+            patterns = [word for word in re.findall("`([^`]*)`", table)
+                        if fnmatch.fnmatch(name, word)]
+            self.assertTrue(patterns, f"{name} is released, and not told of")
 
 
 class DependenciesTest(unittest.TestCase):

@@ -38,15 +38,16 @@ tar --create --format=gnu --sort=name --owner=0 --group=0 --numeric-owner --mode
 """
 
 
-def version():
+def version(source=ROOT):
     """The show's, which its build says."""
-    with open(os.path.join(ROOT, "CMakeLists.txt"), encoding="utf-8") as file:
+    with open(os.path.join(source, "CMakeLists.txt"), encoding="utf-8") as file:
         return re.search(r"project\(pixmoth VERSION (\S+)", file.read())[1]
 
 
-def archive_name():
-    """Without its extension, which is that of the folder in it, too."""
-    return f"pixmoth-{version()}-x86_64"
+def archive_name(released=None):
+    """Of a version, this one's where none is named. Without its extension, which is that of the
+    folder in it, too."""
+    return f"pixmoth-{released or version()}-x86_64"
 
 
 class Building:

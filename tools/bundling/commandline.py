@@ -1,7 +1,7 @@
 """Makes one archive with the show and all it needs but the system's OpenGL driver: for 64-bit PCs
 with Debian 12 or any system that is no older. Unpacked, ./pixmoth plays it; nothing is installed.
 
-It is built of HEAD, in a small Debian 12 that is made for it and removed again: about 10 minutes on
+It is built of what is committed, in a small Debian 12 that is made for it and removed again: about 10 minutes on
 two cores. --try plays it in bare systems of other releases as well, 3 minutes each: whether it
 starts, from a folder with blanks and through a link, what is seen and heard, and how it ends; pictures
 and logs lie in build/bundle/trial-RELEASE. All of that needs root, so it asks sudo where it is not,
@@ -34,6 +34,7 @@ def parse(arguments):
     parser.add_argument("--try", nargs="*", metavar="RELEASE", type=release, dest="releases",
                         help=f"of Debian ({' '.join(RELEASES)})")
     parser.add_argument("--archive", help="try this one, and make none")
+    parser.add_argument("--commit", help="build this one (HEAD)")
     parser.add_argument("--keep", action="store_true",
                         help="leave the systems in build/bundle")
     add_mirror(parser)
@@ -64,6 +65,7 @@ def table(outcomes):
 
 
 def run(options, commit):
+    commit = options.commit or commit
     announce(options, commit)
     if subprocess.run([os.path.join(ROOT, "tools/install-packages"), "bundle"],
                       check=False).returncode != 0:

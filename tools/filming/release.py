@@ -1,10 +1,9 @@
 """The show on a phone that is nobody's: its friends have made-up names, and its battery is full."""
 
 import os
-import subprocess
 import tempfile
 
-from filming.frames import program
+from surroundings import processes
 from surroundings.seclusion import secluded
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
@@ -20,12 +19,12 @@ def write_address_book(folder):
             card.write(f"BEGIN:VCARD\nVERSION:3.0\nFN:{name}\nEND:VCARD\n")
 
 
-def film_show(path):
+def film_show(path, program):
     """In real time. Without a bus nobody says anything of the battery, which counts as full."""
     with tempfile.TemporaryDirectory() as folder:
         os.chmod(folder, 0o700)
         write_address_book(folder)
-        code = subprocess.run([os.path.join(ROOT, "tools/record-show"), program("src/pixmoth"),
-                               path], env=secluded(folder), check=False).returncode
+        code = processes.run([os.path.join(ROOT, "tools/record-show"), program, path],
+                             env=secluded(folder, XDG_CACHE_HOME=folder))
     if code != 0:
         raise CannotStart(f"the film cannot be made: tools/record-show ended with code {code}")

@@ -1,11 +1,12 @@
 """The source package and the binary packages of a commit, step by step."""
 
 import glob
-import hashlib
 import os
 import shutil
 import subprocess
 
+from makerelease.archive import digest
+from surroundings import processes
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
 
@@ -43,10 +44,8 @@ def build(commit, folder):
     environment = {name: value for name, value in os.environ.items() if name not in PRIVATE}
     log_path = os.path.join(folder, "build.log")
     with open(log_path, "w", encoding="utf-8") as log:
-        code = subprocess.run(
-            ["dpkg-buildpackage", "--unsigned-source", "--unsigned-changes"], cwd=source,
-            env=environment, stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-            check=False).returncode
+        code = processes.run(["dpkg-buildpackage", "--unsigned-source", "--unsigned-changes"],
+                             cwd=source, env=environment, stdout=log, stderr=log)
     if code != 0:
         raise CannotStart(f"the packages could not be built; see {log_path}")
     return folder
@@ -56,25 +55,16 @@ def packages_in(folder):
     return sorted(path for kind in KINDS for path in glob.glob(os.path.join(folder, kind)))
 
 
-def digest(path):
-    with open(path, "rb") as file:
-        return hashlib.file_digest(file, "sha256").hexdigest()
-
-
 def collect(folder, results):
-    """Copies what a release is made of, tells it, and returns the names."""
+    """Copies what a release is made of, and returns the names."""
     names = []
-    with open(os.path.join(results, "SHA256SUMS"), "w", encoding="utf-8") as sums:
-        for path in packages_in(folder):
-            name = os.path.basename(path)
-            shutil.copyfile(path, os.path.join(results, name))
-            names.append(name)
-            print(f"{digest(path)}  {name}", file=sums)
-            print(f"{name}: {os.path.getsize(path) / 1024:.0f} kB", flush=True)
+    for path in packages_in(folder):
+        names.append(os.path.basename(path))
+        shutil.copyfile(path, os.path.join(results, names[-1]))
     return names
 
 
-def look(names, results):
+def look(names, results, log_path):
     """Whether lintian finds neither an error nor a warning. What it says is kept."""
     # It finds the files of a source package by its description. An older one takes it for an error,
     # which cannot be overridden, that an override names a finding of its successors.
@@ -83,7 +73,7 @@ def look(names, results):
         ["lintian", "--allow-root", "--display-info", "--fail-on", "error,warning",
          "--suppress-tags", "alien-tag", *described],
         cwd=results, capture_output=True, text=True, check=False)
-    with open(os.path.join(results, "lintian.txt"), "w", encoding="utf-8") as file:
+    with open(log_path, "w", encoding="utf-8") as file:
         file.write(said.stdout + said.stderr)
     if said.returncode != 0:
         print(said.stdout + said.stderr + f"lintian ended with code {said.returncode}", flush=True)

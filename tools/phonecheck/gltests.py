@@ -9,6 +9,7 @@ from dataclasses import dataclass
 from phonecheck import builds
 from phonecheck.target import ES, OpenGl
 from phonecheck.workplace import StepFailed
+from surroundings import processes
 from surroundings.show import ROOT
 
 # How many times as long as on a PC a test may take in the emulator, and may itself wait for what it
@@ -162,11 +163,10 @@ def check(place, options):
     with open(os.path.join(folder, "CTestTestfile.cmake"), "w", encoding="utf-8") as file:
         file.write(ctest_file(tests, options.patience))
     print(f"{len(tests)} tests", flush=True)
-    passed = subprocess.run(
+    passed = processes.run(
         [*secluding_prefix(), "ctest", "--test-dir", folder, "--output-on-failure"],
         env=place.environment(QTEST_FUNCTION_TIMEOUT=str(FUNCTION_LIMIT_MS),
-                              PIXMOTH_TEST_PATIENCE=str(options.patience)),
-        check=False).returncode == 0
+                              PIXMOTH_TEST_PATIENCE=str(options.patience))) == 0
     summary = subprocess.run(
         [os.path.join(ROOT, "tools/summarise-tests"),
          os.path.join(folder, "Testing/Temporary/LastTest.log")],

@@ -6,6 +6,8 @@ import sys
 
 from surroundings.surrounding import CannotStart
 
+SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
+
 
 def add_sections(parser, names):
     # Not as choices: argparse would not let one name none.
@@ -26,9 +28,23 @@ def chosen_sections(parser, named, names):
     return [name for name in names if name in named or not named]
 
 
+def end_in_order(message=""):
+    """From here on a signal is an exception, so that what was started is ended and removed, whatever
+    comes in the meantime. The message is told then."""
+    def end(number, _frame):
+        for other in SIGNALS:
+            signal.signal(other, signal.SIG_IGN)
+        if message:
+            # It may come in the midst of a print, which does not suffer another.
+            os.write(sys.stdout.fileno(), message.encode())
+        sys.exit(128 + number)
+    for number in SIGNALS:
+        signal.signal(number, end)
+
+
 def exit_code(tool, check):
     """Of a check, a function that returns one, and which ends what it has started."""
-    signal.signal(signal.SIGTERM, lambda *_: sys.exit(128 + signal.SIGTERM))
+    end_in_order()
     try:
         return check()
     except CannotStart as failure:

@@ -6,6 +6,7 @@ import subprocess
 import sys
 import tempfile
 
+from surroundings import processes
 from surroundings.seclusion import secluded
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
@@ -56,8 +57,8 @@ class Workplace:
         """Runs a command that tells nothing unless it fails."""
         log_path = self.path(log_name)
         with open(log_path, "a" if append else "w", encoding="utf-8") as log:
-            code = subprocess.run(command, stdout=log, stderr=log, cwd=ROOT, check=False,
-                                  env=self.environment(**changes)).returncode
+            code = processes.run(command, stdout=log, stderr=log, cwd=ROOT,
+                                 env=self.environment(**changes))
         if code != 0:
             with open(log_path, encoding="utf-8", errors="replace") as log:
                 sys.stderr.writelines(log.readlines()[-SHOWN_LINES:])

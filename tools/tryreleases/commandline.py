@@ -13,11 +13,10 @@ tried all the same.
 import argparse
 import os
 import re
-import signal
 import subprocess
 import sys
 
-from surroundings.commandline import add_mirror
+from surroundings.commandline import add_mirror, end_in_order
 from surroundings.mirror import own_mirror
 from surroundings.show import ROOT
 from surroundings.surrounding import CannotStart
@@ -25,7 +24,6 @@ from tryreleases.table import table
 from tryreleases.trial import RESULTS, SYSTEM, Trial
 
 RELEASES = ("bookworm", "trixie", "forky", "sid")
-SIGNALS = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 # For a release, on two cores.
 MINUTES = {"": 25, "check": 20, "play": 8}
 
@@ -52,15 +50,6 @@ def parse(arguments):
     # Each once, in the order in which they are named.
     options.releases = list(dict.fromkeys(options.releases or RELEASES))
     return options
-
-
-def end_in_order(number, _frame):
-    """So that what was started is ended, and removed, whatever comes in the meantime."""
-    for other in SIGNALS:
-        signal.signal(other, signal.SIG_IGN)
-    # It may come in the midst of a print, which does not suffer another.
-    os.write(sys.stdout.fileno(), b"Ending, and removing the system that was being tried\n")
-    sys.exit(128 + number)
 
 
 def become_root(arguments, mirror):
@@ -121,8 +110,7 @@ def act(name, options, nearest, run, arguments):
     """What tools do that make systems: as root, with a mirror (one of the release `nearest` where
     none was named), and in order where somebody ends them. `run` does it, with the commit that all
     of them get though somebody may go on working. Returns the exit code."""
-    for number in SIGNALS:
-        signal.signal(number, end_in_order)
+    end_in_order("Ending, and removing the system that was made\n")
     try:
         options.mirror = options.mirror or own_mirror(nearest)
         if not options.mirror:
