@@ -24,8 +24,10 @@ from tryscreens.picture import BLACK
 BARE = ("libgl1-mesa-dri", "libgl1", "libgles2", "libegl1", "libglx-mesa0", "xkb-data")
 INSTALL = "apt-get update && apt-get install -y --no-install-recommends " + " ".join(BARE)
 SIZE = (800, 480)
-# A folder that no list of words takes for one, and a link to the show.
-PLACE = f"/home/{USER}/a place with blanks"
+# A folder that no list of words takes for one, with a letter that is none where there is no language,
+# and a link to the show.
+PLACE = f"/home/{USER}/a place with blanks, später"
+LANGUAGE = "LANG=C"
 LINK = f"/home/{USER}/the show"
 
 MAKE_LIMIT_S = 30 * 60
@@ -139,7 +141,7 @@ class Trial:
             port = free_port()
             server.ask("load-module", "module-native-protocol-tcp", f"port={port}",
                        "listen=127.0.0.1", "auth-anonymous=1")
-            show = Performance(self.system, log, (f"DISPLAY={screen.display}",
+            show = Performance(self.system, log, (LANGUAGE, f"DISPLAY={screen.display}",
                                                   f"PULSE_SERVER=tcp:127.0.0.1:{port}"))
             try:
                 self.watch(show, screen, server)
