@@ -268,7 +268,7 @@ class PartyTest(Folders):
 
 # Tells where it lies and what it is given, and ends with a code of its own.
 SHOW = """#!/bin/sh
-echo "$0" "$@" >"$TOLD"
+printf '%s\\n' "$0" "$@" >"$TOLD"
 echo first >&2
 echo last >&2
 exit "$CODE"
@@ -330,7 +330,8 @@ class StartTest(unittest.TestCase):
     def test_a_bundle_that_is_unpacked(self):
         told = self.start("--one", "two words")
         self.assertEqual((told.returncode, told.stderr), (0, ""))
-        self.assertEqual(self.played(), f"{self.here}/{self.NAME}/pixmoth --one two words\n")
+        self.assertEqual(self.played(),
+                         f"{self.here}/{self.NAME}/pixmoth\n--one\ntwo words\n")
         self.assertEqual(os.listdir(self.path("tmp")), [])
 
     def test_an_archive_is_unpacked_and_goes_again(self):

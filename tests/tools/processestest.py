@@ -53,13 +53,14 @@ def work():
     with mock.patch.object(release.processes, "run", lambda _, **how: run(BUSY, **how)):
         release.film_show("film", "program")
 """
-# Has something to take away first, which takes a while.
+# Has something to take away first, which takes a while, and those who work for it to end.
 TIDY = """
 from surroundings import processes
 
 def work():
-    processes.run(["bash", "-c", 'trap "sleep 1; rm $1.kept; exit" TERM; touch $1.kept; echo $$ >$1.new;'
-                   'mv $1.new $1; sleep 617 & wait', "tidy", sys.argv[1]])
+    processes.run(["bash", "-c", 'trap "sleep 1; rm $1.kept; kill %1; exit" TERM; touch $1.kept;'
+                   'sleep 617 & echo $$ $! >$1.new; mv $1.new $1; wait', "tidy", sys.argv[1]],
+                  asks={asks})
 """
 TOOL = """
 import shlex, sys
@@ -117,8 +118,11 @@ class EndTest(unittest.TestCase):
                     self.assertEqual(self.end(work, number), (128 + number, True))
 
     def test_who_is_asked_can_tidy_up(self):
-        self.assertEqual(self.end(TIDY, signal.SIGTERM), (143, True))
-        self.assertFalse(os.path.exists(self.path + ".kept"))
+        for asks in (False, True):
+            with self.subTest(asks=asks):
+                self.assertEqual(self.end(TIDY.format(asks=asks), signal.SIGTERM), (143, True))
+                self.assertFalse(os.path.exists(self.path + ".kept"))
+                os.remove(self.path)
 
 
 class RunTest(unittest.TestCase):
