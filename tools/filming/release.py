@@ -19,12 +19,13 @@ def write_address_book(folder):
             card.write(f"BEGIN:VCARD\nVERSION:3.0\nFN:{name}\nEND:VCARD\n")
 
 
-def film_show(path, program):
-    """In real time. Without a bus nobody says anything of the battery, which counts as full."""
+def film_show(path, program, **changes):
+    """In real time, with changes of the environment. Without a bus nobody says anything of the
+    battery, which counts as full."""
     with tempfile.TemporaryDirectory() as folder:
         os.chmod(folder, 0o700)
         write_address_book(folder)
         code = processes.run([os.path.join(ROOT, "tools/record-show"), program, path],
-                             env=secluded(folder, XDG_CACHE_HOME=folder))
+                             env=secluded(folder, **changes))
     if code != 0:
         raise CannotStart(f"the film cannot be made: tools/record-show ended with code {code}")

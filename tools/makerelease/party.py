@@ -82,7 +82,9 @@ class Party:
         with tarfile.open(self.result(contents.bundle(released))) as bundle:
             bundle.extractall(self.work, filter="tar")
         film = self.result(contents.FILM)
-        film_show(film, os.path.join(self.work, archive_name(released), "pixmoth"))
+        # It keeps its list of plug-ins there, and not among those of whoever runs this.
+        film_show(film, os.path.join(self.work, archive_name(released), "pixmoth"),
+                  XDG_CACHE_HOME=self.work)
         sheet = os.path.join(self.work, "film.png")
         make_sheet(film, sheet)
         print(f"The film at a glance: {sheet}", flush=True)
