@@ -170,7 +170,7 @@ class BuildTest(Folders):
 
 class PackTest(Folders):
     def pack(self, *words, looks=True, same=True):
-        """Whether all went well, how often packages were built, and whether the party gets its pack."""
+        """Whether all went well, how often packages were built, and whether the party gets any."""
         results = self.folders[2]
         makes = mock.Mock()
         with mock.patch.multiple(packages, build=mock.Mock(return_value="folder"),

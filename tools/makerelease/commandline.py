@@ -10,8 +10,8 @@ root, so it asks sudo where it is not, and a mirror of Debian (the variable DEBI
 machine's own).
 
 The same commit gives the same bytes, in whatever folder and whenever it is packed, on machines with
-the same packages installed, but for the film and the zip that it is in: that is recorded in real time,
-and no two shows are alike. --twice packs the packages a second time, in another folder, and compares.
+the same packages installed, but for the film and the zip that it is in: no two shows are alike.
+--twice packs the packages a second time, in another folder, and compares.
 Exit code 1 where something could not be made, lintian found an error or a warning, or the two differ.
 """
 

@@ -5,8 +5,8 @@ from dataclasses import dataclass
 
 from bundling.building import archive_name
 
-# Of the frames that the show draws with fixed names, battery and chance: the part, and the seconds into
-# it. The lattice, the tree, the tunnel, the jealous face, and the title.
+# Of the frames that the show draws with fixed names, battery and chance: the part, and the seconds
+# into it. The lattice, the tree, the tunnel, the jealous face, and the title.
 MOMENTS = (("04", "2"), ("06", "2.5"), ("08", "1.5"), ("10", "2.5"), ("16", "2.5"))
 
 FILM = "pixmoth.mp4"
