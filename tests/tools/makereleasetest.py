@@ -288,6 +288,7 @@ class StartTest(unittest.TestCase):
         with open(os.path.join(packages.ROOT, "packaging/party/start"), encoding="utf-8") as file:
             self.write(os.path.join(self.here, "start"), contents.fill(file.read(), "1.2"))
         self.write(self.path("bin/zenity"), f'#!/bin/sh\necho "$@" >>{self.path("shown")}\n')
+        self.write(self.path("bin/uname"), "#!/bin/sh\necho x86_64\n")
         for name in ("pixmoth", "bin/pixmoth"):
             self.write(os.path.join(self.here, self.NAME, name), SHOW)
 
