@@ -3,7 +3,10 @@
 
 namespace platform {
 
-/// There is none here.
+/// There are none here.
+class BlankingPause
+{
+};
 class IdleRequests
 {
 };

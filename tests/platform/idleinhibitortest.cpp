@@ -3,16 +3,17 @@
 #include <QTest>
 #include <QWindow>
 
-/// What is held awake where there is no Wayland; tools/try-screens tells how it is where there is.
+/// What is held awake where there is neither Wayland nor X; tools/try-screens tells how it is where
+/// there is.
 class IdleInhibitorTest : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void asksNobodyWithoutWayland();
+    void asksNobodyElsewhere();
 };
 
-void IdleInhibitorTest::asksNobodyWithoutWayland()
+void IdleInhibitorTest::asksNobodyElsewhere()
 {
     QWindow window;
     window.create();
@@ -20,6 +21,7 @@ void IdleInhibitorTest::asksNobodyWithoutWayland()
     inhibitor.hold(&window);
     inhibitor.hold(&window);
     QVERIFY(!inhibitor.requests);
+    QVERIFY(!inhibitor.pause);
 }
 
 QTEST_MAIN(IdleInhibitorTest)

@@ -16,7 +16,8 @@ class Case:
     screens: int = 1
     change: str = ""  # What happens to the screen while the show plays: see Desk.change().
     end: str = "key"  # Or "close", or "signal".
-    saver: str = "service"  # Or "compositor": no bus, and its idle time has to be held off.
+    # Or "compositor", "server": no bus, and the idle time of that has to be held off.
+    saver: str = "service"
 
     @property
     def name(self):
@@ -82,9 +83,12 @@ CASES = (
     Case("weston-gl", 720, 1440, 2, end="signal"),
     Case("x", 800, 480),
     Case("x", 720, 1440, end="signal"),
+    Case("x", 800, 480, saver="server"),
+    Case("x", 800, 480, end="signal", saver="server"),
     Case("x-picom", 1024, 600),
     Case("openbox", 1024, 600),
     Case("openbox", 1024, 600, end="close"),
+    Case("openbox", 1024, 600, end="close", saver="server"),
     Case("openbox-picom", 1024, 600, end="close"),
     Case("matchbox", 480, 800, end="close"),
     Case("matchbox-xcompmgr", 480, 800),

@@ -59,6 +59,15 @@ class Desk(Surrounding):
         """What the case has happen to the screen while the show plays."""
         raise CannotStart(f"nothing can make a {self.case.desk} {self.case.change}")
 
+    def can_be_held_awake(self):
+        """Whether it has something for that besides the bus."""
+        raise NotImplementedError
+
+    def watch_idle(self, after_s, words):
+        """A program that prints words when the desk has been idle so long, and when it no longer
+        is."""
+        raise NotImplementedError
+
     def path(self, name):
         return os.path.join(self.folder, name)
 
@@ -134,9 +143,10 @@ class Wlroots(WaylandDesk):
         Picture(side, side, 4 * side, bytes((blue, green, red, 0)) * side * side).write(path)
         return path
 
+    def can_be_held_awake(self):
+        return self.hands.client.offers("zwp_idle_inhibit_manager_v1")
+
     def watch_idle(self, after_s, words):
-        """A program that prints words when the desk has been idle so long, and when it no longer
-        is."""
         return ["swayidle", "-w", "timeout", str(after_s), "echo " + words[0], "resume",
                 "echo " + words[1]]
 
@@ -226,6 +236,16 @@ class X(Desk):
 
     def camera(self, which=0):
         return XCamera(self.screen.display, (self.case.width, self.case.height))
+
+    def can_be_held_awake(self):
+        return True
+
+    def watch_idle(self, after_s, words):
+        self.ask("xset", "s", str(after_s), **self.variables)
+        idle, awake = words
+        # Asking is no touch.
+        return ["sh", "-c", "while state=$(xssstate -s); do "
+                f"[ $state = on ] && echo {idle} || echo {awake}; sleep 0.1; done"]
 
     def end(self):
         super().end()

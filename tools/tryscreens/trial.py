@@ -83,7 +83,7 @@ class Trial:
                 return self.note("start", "", f"no backdrop is seen ({self.film.failure})")
             if desk.hands:
                 desk.hands.point()
-            idle = self.watch_idle(desk) if case.saver == "compositor" else None
+            idle = self.watch_idle(desk) if case.saver != "service" else None
             self.film.restart()
             stack.callback(self.kill)
             self.begin(desk, bus)
@@ -93,9 +93,9 @@ class Trial:
             self.look_at_saver(bus, idle, False)
 
     def watch_idle(self, desk):
-        """None where the compositor has nothing that can be held off."""
-        if not desk.hands.client.offers("zwp_idle_inhibit_manager_v1"):
-            self.note("idle", "compositor: cannot be held off")
+        """None where nothing can be held off."""
+        if not desk.can_be_held_awake():
+            self.note("idle", f"{self.case.saver}: cannot be held off")
             return None
         idle = Idle(desk)
         if not wait_until(idle.is_idle, IDLE_AFTER_S + 8):
@@ -130,7 +130,7 @@ class Trial:
         painted = film.await_kind(PAINTS_WITHIN_S, "painted")
         moves = film.moves
         time.sleep(PLAYS_S)
-        if case.saver == "compositor":
+        if case.saver != "service":
             # Since the touch that it was started with.
             time.sleep(max(touched_s + IDLE_AFTER_S + 1 - film.now_s(), 0))
         started = film.now_s()
@@ -190,7 +190,7 @@ class Trial:
         if idle and playing:
             self.note("idle", "", "" if not idle.is_idle() else "not held off")
         elif idle and not self.found["idle"]:
-            self.note("idle", "compositor: held off, let go",
+            self.note("idle", f"{self.case.saver}: held off, let go",
                       "" if wait_until(idle.is_idle, IDLE_AFTER_S + 3) else "not let go")
 
     def finish(self, desk):
