@@ -1,5 +1,6 @@
 #include "app/mainwindow.h"
 #include "platform/deadline.h"
+#include "platform/screenchoice.h"
 #include "platform/silentservers.h"
 #include "platform/soundsink.h"
 #include "platform/suddenexit.h"
@@ -15,6 +16,7 @@ const int WAY_OUT_MS = 1500;
 int main(int argc, char* argv[])
 {
     platform::avoidSilentServers();
+    platform::chooseScreen();
     platform::provideSoundSink();
     QApplication application(argc, argv);
     QCoreApplication::setApplicationName("pixmoth");

@@ -286,7 +286,7 @@ class LauncherTest(unittest.TestCase):
             self.assertEqual(told[name], os.path.join(self.here, value))
         self.assertEqual(told["GST_REGISTRY_1_0"],
                          "/home/somebody/.cache/pixmoth/gstreamer.bin")
-        for name in ("QT_PLUGIN_PATH", "GST_PLUGIN_PATH", "LD_LIBRARY_PATH", "QT_QPA_PLATFORM"):
+        for name in ("QT_PLUGIN_PATH", "GST_PLUGIN_PATH", "LD_LIBRARY_PATH"):
             self.assertNotIn(name, told)
         self.assertEqual(self.play().stdout.splitlines()[-1],
                          os.path.join(self.here, "voice/espeak"))
@@ -364,12 +364,6 @@ class LauncherTest(unittest.TestCase):
         self.assertIn("pixmoth: this system lacks libinner.so.1: ", told.stderr)
         shutil.rmtree(outer)
         self.assertIn("lacks libouter.so.1: ", self.play().stderr)
-
-    def test_wayland_alone(self):
-        self.assertEqual(self.variables(WAYLAND_DISPLAY="w")["QT_QPA_PLATFORM"], "wayland")
-        self.assertEqual(self.variables(WAYLAND_DISPLAY="w", QT_QPA_PLATFORM="x")
-                         ["QT_QPA_PLATFORM"], "x")
-        self.assertNotIn("QT_QPA_PLATFORM", self.variables(WAYLAND_DISPLAY="w", DISPLAY=":0"))
 
 
 class TrialTest(unittest.TestCase):

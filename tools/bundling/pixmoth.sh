@@ -49,8 +49,4 @@ export GST_REGISTRY_1_0="${XDG_CACHE_HOME:-${HOME:-/nonexistent}/.cache}/pixmoth
 export FONTCONFIG_FILE="$here/fonts.conf"
 export ESPEAK_DATA_PATH="$here/voice"
 export PATH="$here/voice:$PATH"
-# The toolkit would look for an X server first.
-if [ -z "${DISPLAY:-}" ] && [ -n "${WAYLAND_DISPLAY:-}" ]; then
-    export QT_QPA_PLATFORM="${QT_QPA_PLATFORM:-wayland}"
-fi
 exec "$program" "$@"

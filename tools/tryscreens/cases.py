@@ -18,6 +18,9 @@ class Case:
     end: str = "key"  # Or "close", or "signal".
     # Or "compositor", "server": no bus, and the idle time of that has to be held off.
     saver: str = "service"
+    # Or "console": nobody tells the toolkit what the screen is, nor does the session, which calls
+    # itself one of GNOME's kind.
+    start: str = "told"
 
     @property
     def name(self):
@@ -31,6 +34,8 @@ class Case:
         words += filter(None, (self.change, self.end))
         if self.saver != "service":
             words.append(self.saver)
+        if self.start != "told":
+            words.append(self.start)
         return "-".join(words)
 
     def buffer(self, changed):
@@ -70,6 +75,7 @@ def wayland_cases(desk):
         Case(desk, 800, 480, screens=2),
         Case(desk, 800, 480, saver="compositor"),
         Case(desk, 720, 1440, 2, end="signal", saver="compositor"),
+        Case(desk, 720, 1440, 2, start="console"),
     )
 
 

@@ -106,7 +106,11 @@ class Trial:
         return idle
 
     def begin(self, desk, bus):
-        changes = dict(desk.variables, QT_QPA_PLATFORM=desk.platform, WAYLAND_DEBUG="1")
+        changes = dict(desk.variables, WAYLAND_DEBUG="1")
+        if self.case.start == "told":
+            changes["QT_QPA_PLATFORM"] = desk.platform
+        else:
+            changes.update(XDG_SESSION_TYPE="tty", XDG_CURRENT_DESKTOP="Phosh:GNOME")
         if bus:
             changes["DBUS_SESSION_BUS_ADDRESS"] = bus.address
         with open(self.log_path, "w", encoding="utf-8") as log:
