@@ -15,7 +15,7 @@ import unittest
 from surroundings.waiting import wait_until
 from tryscreens import commandline, wire
 from tryscreens.cases import CASES, Case
-from tryscreens.desks import DESKS
+from tryscreens.desks import DESKS, is_listening
 from tryscreens.film import Film, Scene, beginning, ending
 from tryscreens.picture import BACKDROP, Picture, kind, shows_pointer
 from tryscreens.trial import Trial, drawn_size
@@ -209,6 +209,17 @@ def unread(sender):
     """How much of what was sent has not been taken yet."""
     count, = struct.unpack("=i", fcntl.ioctl(sender, termios.TIOCOUTQ, bytes(4)))
     return count
+
+
+class DesksTest(unittest.TestCase):
+    def test_socket_that_takes_no_guests_yet(self):
+        with tempfile.TemporaryDirectory() as folder, socket.socket(socket.AF_UNIX) as compositor:
+            path = os.path.join(folder, "wayland-1")
+            self.assertFalse(is_listening(path))
+            compositor.bind(path)
+            self.assertFalse(is_listening(path))
+            compositor.listen()
+            self.assertTrue(is_listening(path))
 
 
 class WireTest(unittest.TestCase):

@@ -4,6 +4,7 @@ settings."""
 import glob
 import os
 import shutil
+import socket
 import subprocess
 import tempfile
 
@@ -28,6 +29,12 @@ def as_other_user():
     can = os.getuid() == 0 and subprocess.run(
         [*namespace, "true"], stderr=subprocess.DEVNULL, check=False).returncode == 0
     return namespace if can else []
+
+
+def is_listening(path):
+    """Whether a socket takes guests; it has its name a little before."""
+    with socket.socket(socket.AF_UNIX) as guest:
+        return guest.connect_ex(path) == 0
 
 
 class Desk(Surrounding):
@@ -107,7 +114,7 @@ class WaylandDesk(Desk):
     def await_socket(self, compositor):
         def found():
             return [path for path in glob.glob(self.path("wayland-*"))
-                    if not path.endswith(".lock")]
+                    if not path.endswith(".lock") and is_listening(path)]
 
         wait_until(lambda: found() or compositor.poll() is not None, STARTS_WITHIN_S)
         if not found():
@@ -163,8 +170,8 @@ class Sway(Wlroots):
     def change(self):
         orders = {"turned": f"transform {TURNED}",
                   "resized": "resolution {}x{}".format(*RESIZED), "rescaled": "scale 1"}
-        socket, = glob.glob(self.path("sway-ipc.*"))
-        self.ask("swaymsg", "-s", socket, f"output {self.OUTPUT} {orders[self.case.change]}")
+        ipc, = glob.glob(self.path("sway-ipc.*"))
+        self.ask("swaymsg", "-s", ipc, f"output {self.OUTPUT} {orders[self.case.change]}")
 
 
 class Phoc(Wlroots):
