@@ -103,6 +103,7 @@ void InstallPackagesTest::soundServerOfTheFilm()
     QCOMPARE(installs.size(), 1);
     const QStringList words = installs.first().split(' ');
     QVERIFY(words.contains("--no-remove"));
+    QVERIFY(words.contains("DPkg::Lock::Timeout=600"));
     QVERIFY(words.contains("xvfb"));
     QCOMPARE(words.contains("pulseaudio"), pulseaudio);
     QCOMPARE(words.contains("wireplumber"), pipewire);
