@@ -102,7 +102,6 @@ class LookTest(Folders):
         self.assertIn("no-such-thing", self.told.getvalue())
 
 
-@unittest.skipUnless(shutil.which("lintian"), "lintian is not installed")
 class LintianTest(Folders):
     """Of a package that it finds nothing in."""
 

@@ -46,9 +46,9 @@ def graph(moments):
     names = [f"p{number}" for number in range(len(pieces))]
     chains = [f"scale={SMALL_WIDTH}:{SMALL_HEIGHT}:flags=area,split={len(pieces)}" +
               "".join(f"[s{name}]" for name in names)]
-    # Half a tick early, so that no rounding decides.
-    early = TICK_S / 2
-    chains += [f"[s{name}]trim={start - early:.3f}:{end - early:.3f},setpts=PTS-STARTPTS[{name}]"
+    # With new times a newer ffmpeg knows no rate any more, and fades nothing without one. In ticks no
+    # rounding decides where a piece begins.
+    chains += [f"[s{name}]setpts=PTS-{start:.3f}/TB,fps={RATE},trim=0:{end - start:.3f}[{name}]"
                for name, (start, end) in zip(names, pieces)]
     so_far, length = names[0], pieces[0][1] - pieces[0][0]
     for name, (start, end) in zip(names[1:], pieces[1:]):
