@@ -52,6 +52,17 @@ class LoopTest(unittest.TestCase):
 
 
 class ReleaseTest(unittest.TestCase):
+    def test_film_that_is_out_of_step_is_refused(self):
+        for recorded, measured, message in ((0, 1, "not in step"), (1, 0, "record-show")):
+            with self.subTest(message), \
+                    mock.patch.object(release.processes, "run", side_effect=(recorded, measured)), \
+                    self.assertRaisesRegex(CannotStart, message):
+                release.film_show("film", "program")
+        with mock.patch.object(release.processes, "run", return_value=0) as run:
+            release.film_show("film", "program")
+        self.assertEqual([os.path.basename(call.args[0][0]) for call in run.call_args_list],
+                         ["record-show", "measure-sync"])
+
     def test_address_book_has_made_up_names_only(self):
         with tempfile.TemporaryDirectory() as folder:
             release.write_address_book(folder)

@@ -5,7 +5,6 @@ import os
 import re
 import shutil
 import socket
-import tarfile
 import threading
 import time
 from dataclasses import dataclass, field
@@ -126,8 +125,7 @@ class Trial:
             if self.system.run(["sh", "-c", INSTALL], log, MAKE_LIMIT_S) != 0:
                 raise CannotStart("the system could not be given an OpenGL driver")
         place = os.path.join(self.system.folder, PLACE.lstrip("/"))
-        with tarfile.open(self.archive) as archive:
-            archive.extractall(place, filter="tar")
+        shutil.unpack_archive(self.archive, place)
         os.symlink(os.path.join(PLACE, archive_name(), "pixmoth"),
                    os.path.join(self.system.folder, LINK.lstrip("/")))
 

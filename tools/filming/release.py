@@ -21,7 +21,7 @@ def write_address_book(folder):
 
 def film_show(path, program, **changes):
     """In real time, with changes of the environment. Without a bus nobody says anything of the
-    battery, which counts as full."""
+    battery, which counts as full. A film whose music is late is none to release."""
     with tempfile.TemporaryDirectory() as folder:
         os.chmod(folder, 0o700)
         write_address_book(folder)
@@ -29,3 +29,6 @@ def film_show(path, program, **changes):
                              env=secluded(folder, **changes))
     if code != 0:
         raise CannotStart(f"the film cannot be made: tools/record-show ended with code {code}")
+    if processes.run([os.path.join(ROOT, "tools/measure-sync"), path]) != 0:
+        raise CannotStart(f"in {path} music and pictures are not in step: the machine has had other "
+                          "things to do, and the film is to be made again when it has not")

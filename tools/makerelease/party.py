@@ -3,7 +3,6 @@
 import os
 import shutil
 import sys
-import tarfile
 
 from bundling.building import RESULTS as BUNDLES
 from bundling.building import archive_name, version
@@ -79,8 +78,7 @@ class Party:
 
     def film(self, released):
         """Of the bundle, as whoever unpacks it will see it."""
-        with tarfile.open(self.result(contents.bundle(released))) as bundle:
-            bundle.extractall(self.work, filter="tar")
+        shutil.unpack_archive(self.result(contents.bundle(released)), self.work)
         film = self.result(contents.FILM)
         # It keeps its list of plug-ins there, and not among those of whoever runs this.
         film_show(film, os.path.join(self.work, archive_name(released), "pixmoth"),
