@@ -111,12 +111,12 @@ class LintianTest(Folders):
     CHANGES = ("nothing (1) unstable; urgency=medium\n\n  * First release.\n\n"
                " -- Nobody <nobody@nothing.invalid>  Sun, 22 Nov 2026 06:00:00 +0000\n")
 
-    def look(self, overrides, maintainer="Nobody"):
+    def look(self, overrides, place="usr/share/nothing"):
         root, _, results = self.folders
-        for name, text in (("DEBIAN/control", self.CONTROL.replace("Nobody", maintainer)),
+        for name, text in (("DEBIAN/control", self.CONTROL),
                            ("usr/share/doc/nothing/copyright", "Copyright 2026 Nobody\n"),
                            ("usr/share/doc/nothing/changelog", self.CHANGES),
-                           ("usr/share/nothing/nothing", "Nothing.\n"),
+                           (os.path.join(place, "nothing"), "Nothing.\n"),
                            ("usr/share/lintian/overrides/nothing", overrides)):
             path = os.path.join(root, name)
             os.makedirs(os.path.dirname(path), exist_ok=True)
@@ -134,7 +134,7 @@ class LintianTest(Folders):
                         self.told.getvalue())
 
     def test_one_of_this_release_counts(self):
-        self.assertFalse(self.look("", maintainer="<"))
+        self.assertFalse(self.look("", place="usr/local/nothing"))
 
 
 class BuildTest(Folders):
