@@ -6,6 +6,8 @@
 
 #include <gst/gst.h>
 
+#include <algorithm>
+
 namespace platform {
 
 namespace {
@@ -16,6 +18,9 @@ const char NAME[] = "pixmothsoundsink";
 struct SoundSink
 {
     GstBin bin;
+    GstElement* usual;   ///< Owned by the bin; null where the framework has none.
+    bool hasPlayed;      ///< Since it has had a stream.
+    GstClockTime waited; ///< How long that had been there when it was first played.
     guint64 position; ///< Of the latest piece of sound, in nanoseconds; guarded by the object lock.
 };
 
@@ -73,6 +78,41 @@ gboolean answer(GstElement* element, GstQuery* query)
     return TRUE;
 }
 
+/// On the clock by which the usual sink plays. Other kinds of sinks do not count from their start.
+GstClockTime timeOfStream(GstElement* usual)
+{
+    GstClock* clock = usual ? gst_element_provide_clock(usual) : nullptr;
+    if (!clock) {
+        return 0;
+    }
+    const GType counting = g_type_from_name("GstAudioClock");
+    const bool counts = counting && g_type_is_a(G_OBJECT_TYPE(clock), counting);
+    const GstClockTime time = counts ? gst_clock_get_time(clock) : 0;
+    gst_object_unref(clock);
+    return GST_CLOCK_TIME_IS_VALID(time) ? time : 0;
+}
+
+/// Whatever the time of a stream that has not been played, nothing of it has been heard: what is
+/// first in the music is due first in the stream. Whoever holds the sink tells it when the music
+/// began before each change, also from playing to playing.
+GstStateChangeReturn changeState(GstElement* element, GstStateChange transition)
+{
+    auto* sink = reinterpret_cast<SoundSink*>(element);
+    if (transition == GST_STATE_CHANGE_READY_TO_PAUSED) {
+        sink->hasPlayed = false;
+    } else if (transition == GST_STATE_CHANGE_PAUSED_TO_PLAYING) {
+        sink->waited = sink->hasPlayed ? 0 : timeOfStream(sink->usual);
+        sink->hasPlayed = true;
+    }
+    if (GST_STATE_TRANSITION_NEXT(transition) == GST_STATE_PLAYING) {
+        const GstClockTime began = gst_element_get_base_time(element);
+        // The clock has gone on since it was asked when the music began.
+        gst_element_set_base_time(element, began - std::min(began, sink->waited));
+    }
+    const gpointer parent = g_type_class_peek_parent(GST_ELEMENT_GET_CLASS(element));
+    return GST_ELEMENT_CLASS(parent)->change_state(element, transition);
+}
+
 /// Called in whichever thread opens the sinks. Where none can be opened, since there is none, or
 /// since somebody else holds the only card, the usual one warns, and plays to nobody.
 void hear(GstBin* bin, GstMessage* message)
@@ -97,6 +137,7 @@ void initClass(gpointer sinkClass, gpointer)
 {
     GST_BIN_CLASS(sinkClass)->handle_message = hear;
     GST_ELEMENT_CLASS(sinkClass)->query = answer;
+    GST_ELEMENT_CLASS(sinkClass)->change_state = changeState;
     gst_element_class_set_static_metadata(
         GST_ELEMENT_CLASS(sinkClass), "Sound sink of pixmoth", "Sink/Audio",
         "Plays silence as sound, through the usual sink", "The authors of pixmoth");
@@ -104,13 +145,14 @@ void initClass(gpointer sinkClass, gpointer)
 
 void initSink(GTypeInstance* instance, gpointer)
 {
-    reinterpret_cast<SoundSink*>(instance)->position = GST_CLOCK_TIME_NONE;
-    GstElement* usual = gst_element_factory_make("autoaudiosink", nullptr);
-    if (!usual) {
+    auto* sink = reinterpret_cast<SoundSink*>(instance);
+    sink->position = GST_CLOCK_TIME_NONE;
+    sink->usual = gst_element_factory_make("autoaudiosink", nullptr);
+    if (!sink->usual) {
         return; // The framework's plugins are not installed, and there is no player either.
     }
-    gst_bin_add(GST_BIN(instance), usual);
-    GstPad* pad = gst_element_get_static_pad(usual, "sink");
+    gst_bin_add(GST_BIN(instance), sink->usual);
+    GstPad* pad = gst_element_get_static_pad(sink->usual, "sink");
     gst_pad_add_probe(pad, GST_PAD_PROBE_TYPE_BUFFER, handOn, instance, nullptr);
     gst_element_add_pad(GST_ELEMENT(instance), gst_ghost_pad_new("sink", pad));
     gst_object_unref(pad);

@@ -1,14 +1,19 @@
 #include "platform/soundsink.h"
 
 #include "support/logcapture.h"
+#include "support/patience.h"
 #include "support/scopedvariable.h"
 
+#include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <gst/gst.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <future>
@@ -16,7 +21,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// No sound server is to be found here: the framework plays into nothing, in real time.
+/// No sound server is to be found here, but one in one test: the framework plays into nothing, in
+/// real time.
 class SoundSinkTest : public QObject
 {
     Q_OBJECT
@@ -27,6 +33,8 @@ private slots:
     void nothingToPlayToIsToldOnce();
     void silenceIsSound();
     void positionIsToldWithoutTheSink();
+    void isHeardAtOnce_data();
+    void isHeardAtOnce();
     void sinkOfTheUsersOwnIsKept();
 
 private:
@@ -101,6 +109,76 @@ public:
 private:
     QTemporaryDir folder;
     int pipe;
+};
+
+/// A sound server whose sink plays to nobody, and somebody who listens there.
+class HeardServer
+{
+public:
+    HeardServer()
+        : socket(folder.filePath("socket")), variable("PULSE_SERVER", "unix:" + socket.toUtf8())
+    {
+        server.setStandardErrorFile(QProcess::nullDevice());
+        // A sink that could go back would play two seconds in advance from its start.
+        server.start("pulseaudio",
+                     {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
+                      "module-native-protocol-unix auth-anonymous=1 socket=" + socket, "-L",
+                      "module-null-sink sink_name=nobody norewinds=1"});
+    }
+    ~HeardServer()
+    {
+        for (QProcess* process : {&listener, &server}) {
+            process->kill();
+            process->waitForFinished();
+        }
+    }
+    bool isHeardFrom()
+    {
+        if (!QTest::qWaitFor([&] { return QFile::exists(socket); }, patiently(10000))) {
+            return false;
+        }
+        listener.start("parec", {"--device=nobody.monitor", "--format=s16le", "--rate=44100",
+                                 "--channels=2", "--latency-msec=10"});
+        return listener.waitForReadyRead(patiently(10000));
+    }
+    /// How long it is silent from now on, in milliseconds.
+    qint64 silence()
+    {
+        QElapsedTimer time;
+        time.start();
+        while (time.elapsed() < patiently(10000)) {
+            const QByteArray sound = listener.readAll();
+            if (std::any_of(sound.begin(), sound.end(), [](char byte) { return byte != 0; })) {
+                break;
+            }
+            listener.waitForReadyRead(10);
+        }
+        return time.elapsed();
+    }
+    /// The longest that it is silent within so many milliseconds, in milliseconds.
+    int longestSilence(int ms)
+    {
+        int longest = 0;
+        int silent = 0;
+        for (int heard = 0; heard < ms * BYTES_PER_MS && listener.waitForReadyRead();) {
+            const QByteArray sound = listener.readAll();
+            heard += sound.size();
+            for (const char byte : sound) {
+                silent = byte == 0 ? silent + 1 : 0;
+                longest = std::max(longest, silent);
+            }
+        }
+        return longest / BYTES_PER_MS;
+    }
+
+private:
+    static const int BYTES_PER_MS = 2 * 2 * 44100 / 1000;
+
+    QTemporaryDir folder;
+    QString socket;
+    ScopedVariable variable;
+    QProcess server;
+    QProcess listener;
 };
 
 } // namespace
@@ -205,6 +283,40 @@ void SoundSinkTest::positionIsToldWithoutTheSink()
     QVERIFY(answer.get());
     QVERIFY(!inBytes);
     QVERIFY2(position > 0 && position < 60 * GST_SECOND, qPrintable(QString::number(position)));
+}
+
+void SoundSinkTest::isHeardAtOnce_data()
+{
+    QTest::addColumn<int>("waited");
+    QTest::newRow("played on at once") << 0;
+    QTest::newRow("made long before it is played") << 3000;
+}
+
+void SoundSinkTest::isHeardAtOnce()
+{
+    QFETCH(int, waited);
+    if (QStandardPaths::findExecutable("pulseaudio").isEmpty()) {
+        QSKIP("Package pulseaudio is not installed");
+    }
+    HeardServer server;
+    QVERIFY(server.isHeardFrom());
+    GstElement* pipeline = gst_parse_launch("audiotestsrc ! audioconvert ! " + ownSink, nullptr);
+    QVERIFY(pipeline);
+    gst_element_set_state(pipeline, GST_STATE_PAUSED);
+    const GstStateChangeReturn made =
+        gst_element_get_state(pipeline, nullptr, nullptr, 60 * GST_SECOND);
+    QTest::qWait(waited);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    const qint64 before = server.silence();
+    // A player may tell it twice. The sink believes in a change of times when it has lasted a
+    // second.
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    const int within = server.longestSilence(3500);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+    QCOMPARE(made, GST_STATE_CHANGE_SUCCESS);
+    QVERIFY2(before < 1500, qPrintable(QString::number(before)));
+    QVERIFY2(within < 1500, qPrintable(QString::number(within)));
 }
 
 void SoundSinkTest::sinkOfTheUsersOwnIsKept()
