@@ -2,6 +2,7 @@
 
 import array
 import os
+import re
 import subprocess
 import sys
 import unittest
@@ -86,6 +87,14 @@ class SoundServerTest(unittest.TestCase):
                 return ["/nonexistent"]
         with self.assertRaises(CannotStart):
             Nobody()
+
+
+@unittest.skipUnless(PulseAudio.is_installed(), "PulseAudio is not installed")
+class PulseAudioTest(unittest.TestCase):
+    def test_what_is_played_is_heard_in_time_from_the_start(self):
+        with PulseAudio() as server:
+            latency = re.search(r"Latency: (\d+) usec", server.ask("list", "sinks"))
+        self.assertLess(int(latency[1]), 100_000)
 
 
 class KindTest(unittest.TestCase):

@@ -148,7 +148,9 @@ class PulseAudio(SoundServer):
     programs = ("pulseaudio",)
 
     def command(self, program):
-        sink = ["-L", f"module-null-sink sink_name={SINK} rate=44100 channels=2"]
+        # One that could go back would play two seconds in advance from its start, and what comes in
+        # these two seconds would be heard late, or bear a wrong time.
+        sink = ["-L", f"module-null-sink sink_name={SINK} rate=44100 channels=2 norewinds=1"]
         return [program, "-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
                 "--disable-shm=yes", *(sink if self.sink else []),
                 "-L", f"module-native-protocol-unix socket={self.path} auth-anonymous=1 "
