@@ -1,14 +1,14 @@
 """Makes one archive with the show and all it needs but the system's OpenGL driver: for 64-bit PCs
 with Debian 12 or any system that is no older. Unpacked, ./pixmoth plays it; nothing is installed.
 
-It is built of what is committed, in a small Debian 12 that is made for it and removed again: about 10 minutes on
-two cores. --try plays it in bare systems of other releases as well, 3 minutes each: whether it
-starts, from a folder with blanks and an umlaut, through a link and in no language, what is seen and
-heard, and how it ends; pictures and logs lie in build/bundle/trial-RELEASE. All of that needs root, so it asks sudo where it is not,
-and a mirror of Debian.
+It is built of what is committed, in a small Debian 12 that is made for it and removed again: about
+10 minutes on two cores. --try plays it in bare systems of other releases as well, 3 minutes each:
+whether it starts, from a folder with blanks and an umlaut, through a link and in no language, what
+is seen and heard, and how it ends; pictures and logs lie in build/bundle/trial-RELEASE. All of that
+needs root, so it asks sudo where it is not, and a mirror of Debian.
 
-The archive: build/bundle/pixmoth-VERSION-x86_64.tar.xz. Exit code 1 where it could not be made, lacks
-something, asks for more than Debian 12 has, or failed in a trial.
+The archive: build/bundle/pixmoth-VERSION-x86_64.tar.xz. Exit code 1 where it could not be made,
+lacks something, asks for more than Debian 12 has, or failed in a trial.
 """
 
 import argparse
