@@ -19,8 +19,8 @@ struct SoundSink
 {
     GstBin bin;
     GstElement* usual;   ///< Owned by the bin; null where the framework has none.
-    bool hasPlayed;      ///< Since it has had a stream.
-    GstClockTime waited; ///< How long that had been there when it was first played.
+    bool hasPlayed;      ///< From then on the time of its stream is what was heard of it.
+    GstClockTime waited; ///< How long the stream had been there when it was first played.
     guint64 position; ///< Of the latest piece of sound, in nanoseconds; guarded by the object lock.
 };
 
@@ -98,9 +98,7 @@ GstClockTime timeOfStream(GstElement* usual)
 GstStateChangeReturn changeState(GstElement* element, GstStateChange transition)
 {
     auto* sink = reinterpret_cast<SoundSink*>(element);
-    if (transition == GST_STATE_CHANGE_READY_TO_PAUSED) {
-        sink->hasPlayed = false;
-    } else if (transition == GST_STATE_CHANGE_PAUSED_TO_PLAYING) {
+    if (transition == GST_STATE_CHANGE_PAUSED_TO_PLAYING) {
         sink->waited = sink->hasPlayed ? 0 : timeOfStream(sink->usual);
         sink->hasPlayed = true;
     }

@@ -35,6 +35,7 @@ private slots:
     void positionIsToldWithoutTheSink();
     void isHeardAtOnce_data();
     void isHeardAtOnce();
+    void beginsAgainFromItsBeginning();
     void sinkOfTheUsersOwnIsKept();
 
 private:
@@ -141,14 +142,18 @@ public:
                                  "--channels=2", "--latency-msec=10"});
         return listener.waitForReadyRead(patiently(10000));
     }
+    void forgetWhatWasHeard()
+    {
+        while (listener.waitForReadyRead(100) && !isSilent(listener.readAll())) {
+        }
+    }
     /// How long it is silent from now on, in milliseconds.
     qint64 silence()
     {
         QElapsedTimer time;
         time.start();
         while (time.elapsed() < patiently(10000)) {
-            const QByteArray sound = listener.readAll();
-            if (std::any_of(sound.begin(), sound.end(), [](char byte) { return byte != 0; })) {
+            if (!isSilent(listener.readAll())) {
                 break;
             }
             listener.waitForReadyRead(10);
@@ -173,6 +178,11 @@ public:
 
 private:
     static const int BYTES_PER_MS = 2 * 2 * 44100 / 1000;
+
+    static bool isSilent(const QByteArray& sound)
+    {
+        return std::all_of(sound.begin(), sound.end(), [](char byte) { return byte == 0; });
+    }
 
     QTemporaryDir folder;
     QString socket;
@@ -317,6 +327,31 @@ void SoundSinkTest::isHeardAtOnce()
     QCOMPARE(made, GST_STATE_CHANGE_SUCCESS);
     QVERIFY2(before < 1500, qPrintable(QString::number(before)));
     QVERIFY2(within < 1500, qPrintable(QString::number(within)));
+}
+
+void SoundSinkTest::beginsAgainFromItsBeginning()
+{
+    if (QStandardPaths::findExecutable("pulseaudio").isEmpty()) {
+        QSKIP("Package pulseaudio is not installed");
+    }
+    HeardServer server;
+    QVERIFY(server.isHeardFrom());
+    GstElement* pipeline = gst_parse_launch("audiotestsrc ! audioconvert ! " + ownSink, nullptr);
+    QVERIFY(pipeline);
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    server.silence();
+    QTest::qWait(3000);
+    gst_element_set_state(pipeline, GST_STATE_PAUSED);
+    gst_element_seek_simple(pipeline, GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, 0);
+    server.forgetWhatWasHeard();
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    const qint64 silence = server.silence();
+    gint64 position = -1;
+    gst_element_query_position(pipeline, GST_FORMAT_TIME, &position);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+    QVERIFY2(silence < 1500, qPrintable(QString::number(silence)));
+    QVERIFY2(position >= 0 && position < 1500 * GST_MSECOND, qPrintable(QString::number(position)));
 }
 
 void SoundSinkTest::sinkOfTheUsersOwnIsKept()
