@@ -1,6 +1,7 @@
 #include "support/fakeservice.h"
 #include "support/patience.h"
 #include "support/privatebus.h"
+#include "support/soundserver.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
@@ -49,8 +50,6 @@ private:
     /// Waits until the log has the text; what it has so far is in `log` and begins anew with each
     /// start.
     bool logHas(QProcess& program, const QByteArray& text);
-    /// A sound server with nothing to hear it by, at a socket.
-    void startSoundServer(QProcess& server, const QString& socket);
     /// Presses a key whenever there is a window to take it, until the program has ended.
     bool endByKey(QProcess& program, const QString& key);
 
@@ -88,15 +87,6 @@ bool ProgramGlTest::logHas(QProcess& program, const QByteArray& text)
             return log.contains(text);
         },
         patiently(15000));
-}
-
-void ProgramGlTest::startSoundServer(QProcess& server, const QString& socket)
-{
-    server.setStandardErrorFile(QProcess::nullDevice());
-    server.start("pulseaudio",
-                 {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
-                  "module-native-protocol-unix socket=" + socket, "-L", "module-null-sink"});
-    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(socket), 10000);
 }
 
 bool ProgramGlTest::endByKey(QProcess& program, const QString& key)
@@ -433,7 +423,7 @@ void ProgramGlTest::soundServerThatFreezesAtTheBeginning()
     }
     QTemporaryDir own;
     QProcess sound;
-    startSoundServer(sound, own.filePath("sound"));
+    QVERIFY(startSoundServer(sound, own.filePath("sound")));
     QProcessEnvironment environment = quietEnvironment();
     environment.insert("PULSE_SERVER", "unix:" + own.filePath("sound"));
     environment.insert("GST_PLUGIN_FEATURE_RANK", sink + ":MAX");
@@ -490,7 +480,7 @@ void ProgramGlTest::endsWithAFrozenServer()
 
     QProcess sound;
     const QString socket = own.filePath("sound");
-    startSoundServer(sound, socket);
+    QVERIFY(startSoundServer(sound, socket));
     PrivateBus bus;
     QVERIFY(bus.start());
     FakeService saver(

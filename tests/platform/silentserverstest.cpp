@@ -3,6 +3,7 @@
 #include "support/files.h"
 #include "support/privatebus.h"
 #include "support/probe.h"
+#include "support/soundserver.h"
 
 #include <QDir>
 #include <QFile>
@@ -329,11 +330,7 @@ void SilentServersTest::realSoundServer()
     }
     const QString address = told("unix:%1/real");
     QProcess server;
-    server.setStandardErrorFile(QProcess::nullDevice());
-    server.start("pulseaudio",
-                 {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
-                  told("module-native-protocol-unix socket=%1/real"), "-L", "module-null-sink"});
-    QVERIFY(QTest::qWaitFor([this] { return QFile::exists(folder->filePath("real")); }, 10000));
+    QVERIFY(startSoundServer(server, folder->filePath("real")));
     if (frozen) {
         ::kill(static_cast<pid_t>(server.processId()), SIGSTOP);
     }

@@ -3,7 +3,9 @@
 #include "support/logcapture.h"
 #include "support/patience.h"
 #include "support/scopedvariable.h"
+#include "support/soundserver.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
@@ -118,12 +120,6 @@ public:
     HeardServer()
         : socket(folder.filePath("socket")), variable("PULSE_SERVER", "unix:" + socket.toUtf8())
     {
-        server.setStandardErrorFile(QProcess::nullDevice());
-        // A sink that could go back would play two seconds in advance from its start.
-        server.start("pulseaudio",
-                     {"-n", "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "-L",
-                      "module-native-protocol-unix auth-anonymous=1 socket=" + socket, "-L",
-                      "module-null-sink sink_name=nobody norewinds=1"});
     }
     ~HeardServer()
     {
@@ -134,16 +130,18 @@ public:
     }
     bool isHeardFrom()
     {
-        if (!QTest::qWaitFor([&] { return QFile::exists(socket); }, patiently(10000))) {
+        if (!startSoundServer(server, socket)) {
             return false;
         }
-        listener.start("parec", {"--device=nobody.monitor", "--format=s16le", "--rate=44100",
+        listener.start("parec", {"--device=null.monitor", "--format=s16le", "--rate=44100",
                                  "--channels=2", "--latency-msec=10"});
         return listener.waitForReadyRead(patiently(10000));
     }
     void forgetWhatWasHeard()
     {
-        while (listener.waitForReadyRead(100) && !isSilent(listener.readAll())) {
+        const QDeadlineTimer limit(patiently(10000));
+        while (!limit.hasExpired() && listener.waitForReadyRead(100) &&
+               !isSilent(listener.readAll())) {
         }
     }
     /// How long it is silent from now on, in milliseconds.
@@ -322,6 +320,7 @@ void SoundSinkTest::isHeardAtOnce()
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
     const int within = server.longestSilence(3500);
     gst_element_set_state(pipeline, GST_STATE_PAUSED);
+    // What was heard of the stream is no wait, and is not to be left out of what comes now.
     gst_element_seek_simple(pipeline, GST_FORMAT_TIME, GST_SEEK_FLAG_FLUSH, 0);
     server.forgetWhatWasHeard();
     gst_element_set_state(pipeline, GST_STATE_PLAYING);
